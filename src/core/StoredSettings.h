@@ -1,0 +1,16 @@
+#pragma once
+
+#include "core/model/AppTimeFormat.h"
+#include "core/model/PomodoroSettings.h"
+#include "ports/Preferences.h"
+
+namespace velmora {
+
+// All the defaults when nothing is stored or it can't be decoded.
+PomodoroSettings loadPomodoroSettings(const Preferences& preferences);
+void savePomodoroSettings(Preferences& preferences, const PomodoroSettings& settings);
+
+// True unless the user has chosen otherwise.
+bool uses24HourTime(const Preferences& preferences);
+
+}  // namespace velmora
