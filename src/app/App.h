@@ -1,0 +1,51 @@
+#pragma once
+
+#include "app/Platform.h"
+#include "blocking/BlockPageServer.h"
+#include "blocking/BlocklistStore.h"
+#include "blocking/BrowserMonitorService.h"
+#include "blocking/SiteBlockEngine.h"
+#include "core/BlockingCoordinator.h"
+#include "core/FocusPresetStore.h"
+#include "core/FocusSessionCoordinator.h"
+#include "core/Lifecycle.h"
+#include "core/ModuleStore.h"
+#include "core/TimerService.h"
+#include "sync/SyncBridge.h"
+
+namespace velmora {
+
+// Owns every service and wires them; has no behaviour of its own. Nothing is posted and no port
+// touched before start(), except that stores load. Several Apps may live in one process.
+struct App {
+  explicit App(const Platform& platform);
+  App(const App&) = delete;
+  App& operator=(const App&) = delete;
+
+  // Begins to serve, to resume and to enforce, in the order that the services need.
+  void start();
+
+ private:
+  // Bound once, in the constructor.
+  TimerService::Neighbours timerNeighbours_;
+  SiteBlockEngine::Neighbours engineNeighbours_;
+  BlockingCoordinator::Neighbours coordinatorNeighbours_;
+  LateRef<ModuleStore::Commitment> commitment_;
+
+ public:
+  // The timer restores its position before the presets load: a mission cut short by a crash takes
+  // its context with it.
+  TimerService timer;
+  BlocklistStore lists;
+  FocusPresetStore presets;
+  ModuleStore modules;
+  BlockPageServer blockPage;
+  SiteBlockEngine engine;
+  BrowserMonitorService monitor;
+  FocusSessionCoordinator screens;
+  SyncBridge sync;
+  BlockingCoordinator coordinator;
+  Lifecycle lifecycle;
+};
+
+}  // namespace velmora

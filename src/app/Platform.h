@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+#include "ports/AppCatalog.h"
+#include "ports/BrowserControl.h"
+#include "ports/Clock.h"
+#include "ports/Desktop.h"
+#include "ports/Listeners.h"
+#include "ports/Log.h"
+#include "ports/Notifications.h"
+#include "ports/Preferences.h"
+#include "ports/Random.h"
+#include "ports/RunLoop.h"
+#include "ports/Sounds.h"
+
+namespace velmora {
+
+// What an App needs of the system that it runs on. Everything outlives the App.
+struct Platform {
+  Clock& clock;
+  RunLoop& loop;
+  SerialQueue& blockPageQueue;
+  Preferences& preferences;
+  Random& random;
+  Desktop& desktop;
+  BrowserControl& browsers;
+  const AppCatalog& catalog;
+  Listeners& listeners;
+  Notifications& notifications;
+  Sounds& sounds;
+  Log& log;
+  std::string blockPage;   // the wall, as HTML
+  std::string homeDomain;  // the product's own web domain
+};
+
+}  // namespace velmora

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "app/App.h"
+#include "platform/sim/FakeListeners.h"
+#include "platform/sim/FakeScreen.h"
+#include "platform/sim/Fakes.h"
+#include "platform/sim/World.h"
+
+namespace velmora::sim {
+
+// One simulated desktop with the application on it. Everything but the App survives a crash.
+struct SimDevice {
+  explicit SimDevice(World& w, uint8_t number = 0)
+      : world(w), clock(w), random(number), pageLane(std::make_unique<Lane>(w)) {
+    boot();
+  }
+
+  // A crash, or the end of the process: nothing is told to it.
+  void kill() {
+    app.reset();
+    loop.reset();
+    screen = nullptr;
+  }
+  // A fresh process on the same disk. The windows stay as they are.
+  void boot() {
+    loop = std::make_unique<Lane>(world);
+    auto windows = desktop ? desktop->windows : std::vector<FakeScreen::Window>{};
+    desktop = std::make_unique<FakeScreen>(*loop);
+    desktop->windows = std::move(windows);
+    screen = desktop.get();
+    app = std::make_unique<App>(Platform{clock, *loop, *pageLane, preferences, random, *desktop,
+                                         *desktop, catalog, listeners, notifications, sounds, log,
+                                         "<html>the wall</html>", "velmora.invalid"});
+  }
+  void start() {
+    app->start();
+    world.settle();
+  }
+  void relaunch(Seconds after = Seconds(0)) {
+    kill();
+    world.jump(after);
+    boot();
+    start();
+  }
+
+  World& world;
+  FakeClock clock;
+  FakePreferences preferences;
+  FakeRandom random;
+  FakeCatalog catalog;
+  FakeListeners listeners;
+  FakeNotifications notifications;
+  FakeSounds sounds;
+  FakeLog log;
+  std::unique_ptr<Lane> pageLane;
+  std::unique_ptr<Lane> loop;
+  std::unique_ptr<FakeScreen> desktop;
+  FakeScreen* screen = nullptr;
+  std::unique_ptr<App> app;
+};
+
+}  // namespace velmora::sim
