@@ -1,0 +1,172 @@
+#include "control/StateDocument.h"
+
+#include <algorithm>
+
+namespace velmora {
+
+using json::Value;
+using Object = json::Value::Object;
+
+Value StateDocument::status() const {
+  const TimerService& t = app_.timer;
+  Object out;
+  out.emplace_back("version", version_);
+  out.emplace_back("session", session());
+  out.emplace_back("stopwatch", Object{{"elapsed", t.stopwatchElapsed.get()},
+                                       {"running", t.stopwatchRunning.get()},
+                                       {"time", t.stopwatchString()}});
+  out.emplace_back("countdown", Object{{"duration", t.countdownDuration.get()},
+                                       {"remaining", t.countdownRemaining.get()},
+                                       {"running", t.countdownRunning.get()},
+                                       {"time", t.countdownString()}});
+  out.emplace_back("scheduled", scheduled());
+  const auto& gate = app_.screens.gateReason.get();
+  out.emplace_back("gate", Object{{"showing", gate.has_value()}, {"reason", gate.value_or("")}});
+  const auto& context = app_.presets.activeContext.get();
+  out.emplace_back("focus", context ? json::encode(*context) : Value());
+  Object pass{{"available", t.emergencyPassAvailable()}};
+  if (const auto used = t.emergencyPassUsedAt.get())
+    pass.emplace_back("usedAt", used->secondsSinceUnixEpoch());
+  out.emplace_back("emergencyPass", std::move(pass));
+  out.emplace_back("enforcement", enforcement());
+  out.emplace_back("browsers", browsers());
+  out.emplace_back("wall", Object{{"state", rawText(app_.blockPage.state().get())},
+                                  {"port", int64_t{BlockPageServer::port}}});
+  return out;
+}
+
+Value StateDocument::session() const {
+  const TimerService& t = app_.timer;
+  const TimerService::Controls controls = t.controls();
+  const char* screen = !t.isStopwatchMode.get()        ? "pomodoro"
+                       : t.isChronoCountdownMode.get() ? "countdown"
+                                                       : "stopwatch";
+  return Object{{"type", rawText(t.currentSessionType.get())},
+                {"label", label(t.currentSessionType.get())},
+                {"running", t.isRunning.get()},
+                {"active", t.isSessionActive.get()},
+                {"remaining", t.timeRemaining.get()},
+                {"time", t.timeString()},
+                {"progress", t.progress()},
+                {"completed", t.completedSessions.get()},
+                {"inBlock", t.focusSessionsInBlock.get()},
+                {"stopsAfterBreak", t.stopsAfterCurrentBreak()},
+                {"mode", t.effectiveBrakModeEnabled() ? "brak" : "soft"},
+                {"hardcore", t.effectiveIsHardcore()},
+                {"locked", app_.lifecycle.isLocked()},
+                {"screen", screen},
+                {"controls", Object{{"reset", controls.reset},
+                                    {"playPause", controls.playPause},
+                                    {"skip", controls.skip},
+                                    {"switchType", controls.switchType},
+                                    {"hardcoreSwitch", controls.hardcoreSwitch},
+                                    {"emergencyPass", controls.emergencyPass}}}};
+}
+
+Value StateDocument::scheduled() const {
+  const TimerService& t = app_.timer;
+  Object out{{"active", t.isScheduledSessionActive.get()},
+             {"hard", t.scheduledHardModeActive.get()}};
+  if (!t.isScheduledSessionActive.get()) return out;
+  if (const auto id = t.scheduledBlockID.get()) out.emplace_back("id", id->text());
+  out.emplace_back("mission", t.scheduledMissionName.get());
+  out.emplace_back("protection", rawText(t.scheduledProtectionMode.get()));
+  out.emplace_back("protectionName", t.scheduledProtectionName.get());
+  out.emplace_back("rhythm", rawText(t.scheduledRhythm.get()));
+  out.emplace_back("remaining", t.scheduledMissionRemaining.get());
+  if (const auto minutes = t.scheduledEndMinutes()) out.emplace_back("endMinutes", *minutes);
+  return out;
+}
+
+Value StateDocument::enforcement() const {
+  Object out{{"blocking", app_.engine.isRunning()}};
+  const auto list = [&](const char* rule, const DomainSet& domains) {
+    out.emplace_back("rule", rule);
+    Value::Array items;
+    for (const auto& domain : domains) items.emplace_back(domain);
+    out.emplace_back("domains", std::move(items));
+  };
+  const auto& focus = app_.engine.focus();
+  if (const auto* block = std::get_if<SiteBlockEngine::Blocklist>(&focus))
+    list("blocklist", block->domains);
+  else if (const auto* allow = std::get_if<SiteBlockEngine::Allowlist>(&focus))
+    list("allowlist", allow->domains);
+  else
+    list("off", {});
+  out.emplace_back("redirects", app_.engine.redirects().get());
+  return out;
+}
+
+Value StateDocument::browsers() const {
+  Value::Array out;
+  for (const auto& browser : links_.linked().get()) {
+    const auto& known = catalog_.browsers();
+    const auto row = std::ranges::find(known, browser.bundleID, &Browser::bundleID);
+    Value::Array tabs;
+    for (const auto& tab : browser.tabs)
+      tabs.push_back(Object{{"window", tab.windowID},
+                            {"address", tab.address},
+                            {"private", tab.isPrivate},
+                            {"minimised", tab.isMinimised}});
+    out.push_back(Object{{"id", browser.bundleID},
+                         {"name", row == known.end() ? browser.bundleID : row->name},
+                         {"version", browser.version},
+                         {"extension", browser.extensionVersion},
+                         {"privateAllowed", browser.privateAllowed},
+                         {"pid", int64_t{browser.pid}},
+                         {"tabs", std::move(tabs)}});
+  }
+  return out;
+}
+
+Value StateDocument::settings(const PomodoroSettings& settings) { return json::encode(settings); }
+
+Value StateDocument::whole() const {
+  Object out = *status().asObject();
+  out.emplace_back("settings", settings(app_.timer.settings.get()));
+  out.emplace_back("sites", json::encode(app_.lists.blockedSites.get()));
+  out.emplace_back("apps", json::encode(app_.lists.blockedApps.get()));
+  out.emplace_back("presets", json::encode(app_.presets.presets.get()));
+  Value::Array modules;
+  for (const auto& module : app_.modules.enabledModules.get()) modules.emplace_back(module.rawText);
+  out.emplace_back("modules", std::move(modules));
+  return out;
+}
+
+std::vector<Subscription> StateDocument::observe(std::function<void()> changed) const {
+  const TimerService& t = app_.timer;
+  std::vector<Subscription> out;
+  const auto on = [&](const auto&... properties) {
+    (out.push_back(properties.onWrite([changed](const auto&) { changed(); })), ...);
+  };
+  on(t.isRunning, t.currentSessionType, t.completedSessions, t.focusSessionsInBlock,
+     t.isSessionActive, t.emergencyPassUsedAt, t.scheduledHardModeActive,
+     t.isScheduledSessionActive, t.scheduledBlockID, t.scheduledMissionRemaining, t.settings,
+     t.timeRemaining, t.isStopwatchMode, t.stopwatchElapsed, t.stopwatchRunning,
+     t.isChronoCountdownMode, t.countdownDuration, t.countdownRemaining, t.countdownRunning,
+     app_.lists.blockedApps, app_.lists.blockedSites, app_.presets.presets,
+     app_.presets.activeContext, app_.modules.enabledModules, app_.screens.gateReason,
+     app_.blockPage.state(), app_.engine.redirects(), links_.linked());
+  return out;
+}
+
+std::optional<Value> mergePatch(const Value& from, const Value& to) {
+  if (from == to) return {};
+  const auto* before = from.asObject();
+  const auto* after = to.asObject();
+  if (!before || !after) return to;
+  Object patch;
+  for (const auto& [key, value] : *after) {
+    const Value* old = from.find(key);
+    if (!old) {
+      patch.emplace_back(key, value);
+    } else if (auto change = mergePatch(*old, value)) {
+      patch.emplace_back(key, std::move(*change));
+    }
+  }
+  for (const auto& [key, value] : *before)
+    if (!to.find(key)) patch.emplace_back(key, Value());
+  return patch;
+}
+
+}  // namespace velmora
