@@ -29,8 +29,9 @@ std::optional<int> AppTimeFormat::parse(std::string_view raw, bool permits24) {
   if (upper.ends_with("AM") || upper.ends_with("PM")) {
     suffix = upper.substr(upper.size() - 2);
     upper.resize(upper.size() - 2);
+    upper = std::string(text::trim(upper));
   }
-  const auto parts = text::split(text::trim(upper), ':');
+  const auto parts = text::split(upper, ':');
   if (parts.size() > 2) return {};
   const auto hour = text::digits(parts[0]);
   const auto minute = parts.size() == 2 ? text::digits(parts[1]) : std::optional<int64_t>(0);
