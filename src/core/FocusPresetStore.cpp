@@ -24,7 +24,7 @@ FocusPresetStore::FocusPresetStore(Preferences& preferences, Random& random)
 }
 
 std::vector<FocusPreset> FocusPresetStore::defaultPresets() {
-  const auto preset = [this](std::string name, std::string note, int color, std::string icon,
+  const auto preset = [this](std::string name, std::string note, int64_t color, std::string icon,
                              std::vector<std::string> domains) {
     FocusPreset p{random_.uuid(), std::move(name), std::move(note), {}, {}, color, std::move(icon)};
     for (auto& domain : domains) p.allowedSites.push_back({random_.uuid(), std::move(domain)});

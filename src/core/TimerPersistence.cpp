@@ -1,8 +1,8 @@
 // The timer's position as plain scalars in the preferences, and its way back after a crash.
 
 #include <algorithm>
-#include <limits>
 
+#include "base/Saturating.h"
 #include "core/TimerService.h"
 
 namespace velmora {
@@ -10,18 +10,6 @@ namespace {
 
 constexpr Seconds kResumeDelay(0.3);
 constexpr int64_t kDefaultCountdown = 3600;
-
-// Sums of stored numbers saturate: no hand-edited record may overflow.
-int64_t minus(int64_t a, int64_t b) {
-  int64_t out = 0;
-  if (!__builtin_sub_overflow(a, b, &out)) return out;
-  return b < 0 ? std::numeric_limits<int64_t>::max() : std::numeric_limits<int64_t>::min();
-}
-int64_t plus(int64_t a, int64_t b) {
-  int64_t out = 0;
-  if (!__builtin_add_overflow(a, b, &out)) return out;
-  return b > 0 ? std::numeric_limits<int64_t>::max() : std::numeric_limits<int64_t>::min();
-}
 
 }  // namespace
 
@@ -77,7 +65,8 @@ void TimerService::restoreState() {
   const bool wasRunning = preferences_.boolean("vm_timer_isRunning");
   const double savedAt = preferences_.number("vm_timer_savedAt");
   if (wasRunning && savedAt > 0)  // a clock set backwards adds
-    saved = minus(saved, wholeSeconds(clock_.now() - Date::sinceUnixEpoch(savedAt)));
+    saved = saturatingDifference(saved,
+                                 wholeSeconds(clock_.now() - Date::sinceUnixEpoch(savedAt)));
 
   // A device on the sync line takes its session from there, not from its own past.
   if (preferences_.blob("vm_sync_document")) return restoreOnSyncLine();
@@ -137,7 +126,8 @@ void TimerService::restoreStopwatch(bool resumed) {
   const bool wasRunning = preferences_.boolean("vm_sw_running");
   const double savedAt = preferences_.number("vm_sw_savedAt");
   if (wasRunning && savedAt > 0)
-    elapsed = plus(elapsed, wholeSeconds(clock_.now() - Date::sinceUnixEpoch(savedAt)));
+    elapsed =
+        saturatingSum(elapsed, wholeSeconds(clock_.now() - Date::sinceUnixEpoch(savedAt)));
   stopwatchElapsed.set(elapsed);
   if (!wasRunning || resumed) return;  // with the pomodoro clock the stopwatch starts by itself
   if (isStopwatchMode.get())
@@ -154,7 +144,8 @@ void TimerService::restoreCountdown() {
   const bool wasRunning = preferences_.boolean("vm_cd_running");
   const double savedAt = preferences_.number("vm_cd_savedAt");
   if (wasRunning && savedAt > 0)
-    remaining = minus(remaining, wholeSeconds(clock_.now() - Date::sinceUnixEpoch(savedAt)));
+    remaining = saturatingDifference(
+        remaining, wholeSeconds(clock_.now() - Date::sinceUnixEpoch(savedAt)));
   if (remaining < 1) remaining = countdownDuration.get();  // ran out meanwhile: armed again
   countdownRemaining.set(std::max<int64_t>(remaining, 0));
   if (wasRunning && countdownRemaining.get() > 0) resumeSoon([this] { startCountdown(); });
@@ -170,14 +161,16 @@ void TimerService::resumeRestored() {
     const auto actions = std::exchange(resumes_, {});
     for (const auto& action : actions) action();
     // Where the gate had to be raised first, no clock is live yet.
-    if (!isRunning.get() && !stopwatchRunning.get() && !countdownRunning.get())
-      isSessionActive.set(false);
+    deactivateUnlessLive(isRunning.get() || stopwatchRunning.get() || countdownRunning.get());
   });
 }
 
+// What was put off no longer comes, so it no longer keeps the session active.
 void TimerService::dropResumes() {
+  if (resumes_.empty()) return;
   resumes_.clear();
   resumeTimer_.reset();
+  deactivateUnlessLive(isRunning.get() || stopwatchRunning.get() || countdownRunning.get());
 }
 
 }  // namespace velmora

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/Saturating.h"
 #include "core/StoredSettings.h"
 #include "schedule/model/SchedulePomodoroPlan.h"
 
@@ -227,7 +228,7 @@ void TimerService::switchSession(SessionType to) {
 void TimerService::completeSession() {
   const SessionType finished = currentSessionType.get();
   const PomodoroSettings& s = settings.get();
-  const int64_t nextCount = focusSessionsInBlock.get() + 1;
+  const int64_t nextCount = saturatingSum(focusSessionsInBlock.get(), 1);
   const bool isFocus = finished == SessionType::focus;
   // A hand-edited 0 must not divide.
   const bool longBreakDue = isFocus && nextCount % std::max(1, s.sessionsBeforeLongBreak) == 0;
@@ -242,8 +243,8 @@ void TimerService::completeSession() {
 
   SessionType next = SessionType::focus;
   if (isFocus) {
-    completedSessions.set(completedSessions.get() + 1);
-    focusSessionsInBlock.set(focusSessionsInBlock.get() + 1);
+    completedSessions.set(saturatingSum(completedSessions.get(), 1));
+    focusSessionsInBlock.set(saturatingSum(focusSessionsInBlock.get(), 1));
     recordFocusSession();
     clearActiveContext();
     dismissHUD();
@@ -302,7 +303,7 @@ void TimerService::startStopwatchEngine() {
   stopwatchRunning.set(true);
   isSessionActive.set(true);
   stopwatchTimer_ = loop_.every(kTick, kTickTolerance, [this] {
-    stopwatchElapsed.set(stopwatchElapsed.get() + 1);
+    stopwatchElapsed.set(saturatingSum(stopwatchElapsed.get(), 1));
     if (stopwatchElapsed.get() % 60 == 0) saveState();
   });
 }
@@ -314,8 +315,8 @@ void TimerService::pauseStopwatchEngine() {
   deactivateUnlessLive(isRunning.get() || countdownRunning.get());
 }
 
-void TimerService::deactivateUnlessLive(bool otherClock) {
-  if (!otherClock) isSessionActive.set(false);
+void TimerService::deactivateUnlessLive(bool someClock) {
+  if (!someClock) isSessionActive.set(false);
 }
 
 void TimerService::toggleStopwatch() {

@@ -212,7 +212,7 @@ class TimerService {
   void startStopwatchEngine();
   void pauseStopwatchEngine();
   void stopTimers();
-  void deactivateUnlessLive(bool otherClock);
+  void deactivateUnlessLive(bool someClock);
   void clearScheduledMetadata();
   void recordFocusSession();
   void syncBlocking();

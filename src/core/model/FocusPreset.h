@@ -9,7 +9,7 @@
 
 namespace velmora {
 
-inline constexpr int kPresetColor = 0x8c5cff;  // 0xRRGGBB
+inline constexpr int64_t kPresetColor = 0x8c5cff;  // 0xRRGGBB
 
 // A named set of tools that stay open during a focus phase in Brak mode.
 struct FocusPreset {
@@ -18,7 +18,7 @@ struct FocusPreset {
   std::string note;
   std::vector<BlockedApp> allowedApps;
   std::vector<BlockedSite> allowedSites;
-  int colorHex = kPresetColor;
+  int64_t colorHex = kPresetColor;
   std::string iconName = "scope";
 
   std::vector<std::string> allowedBundleIDs() const;
@@ -34,7 +34,7 @@ struct FocusTaskContext {
   std::string taskName;
   std::vector<std::string> allowedBundleIDs;
   std::vector<std::string> allowedDomains;
-  int colorHex = kPresetColor;
+  int64_t colorHex = kPresetColor;
 
   bool operator==(const FocusTaskContext&) const = default;
 };

@@ -15,7 +15,7 @@ std::vector<SchedulePomodoroPhase> SchedulePomodoroPlan::phases(int64_t totalSec
   int64_t cursor = 0;
   int64_t done = 0;
   const auto append = [&](SessionType type, int64_t seconds) {
-    const int64_t end = std::min(totalSeconds, cursor + seconds);
+    const int64_t end = seconds < totalSeconds - cursor ? cursor + seconds : totalSeconds;
     phases.push_back({type, cursor, end});
     cursor = end;
     return cursor < totalSeconds;
