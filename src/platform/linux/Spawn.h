@@ -1,0 +1,16 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmora {
+
+// Starts a program found by the PATH with standard error and input thrown away, standard output
+// going to `output` (also thrown away when negative), no signal blocked or ignored, and no other
+// descriptor of ours. The caller waits for it. Nothing when it can't be started.
+std::optional<pid_t> spawn(const std::vector<std::string>& arguments, int output = -1);
+
+}  // namespace velmora

@@ -1,0 +1,71 @@
+#include "platform/linux/SystemClock.h"
+
+#include <limits.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string_view>
+
+namespace velmora {
+namespace {
+
+timespec read(clockid_t clock) {
+  timespec t{};
+  clock_gettime(clock, &t);
+  return t;
+}
+
+std::string linkText(const char* path) {
+  char text[PATH_MAX];
+  const ssize_t n = readlink(path, text, sizeof text);
+  return n > 0 ? std::string(text, static_cast<size_t>(n)) : "";
+}
+
+// What $TZ may say: a name, or the path of a file of the database, either behind a colon.
+std::string environmentName() {
+  const char* tz = std::getenv("TZ");
+  const std::string text = !tz ? "" : *tz == ':' ? tz + 1 : tz;
+  return text.starts_with('/') ? zoneNameInPath(text) : text;
+}
+
+}  // namespace
+
+std::string zoneNameInPath(const std::string& path) {
+  constexpr std::string_view kFolder = "/zoneinfo/";
+  const size_t at = path.rfind(kFolder);
+  if (at == std::string::npos) return "";
+  std::string name = path.substr(at + kFolder.size());
+  for (const std::string_view variant : {"posix/", "right/"})
+    if (name.starts_with(variant)) name.erase(0, variant.size());
+  return name;
+}
+
+Date SystemClock::now() const {
+  const timespec t = read(CLOCK_REALTIME);
+  return Date::sinceUnixEpoch(static_cast<double>(t.tv_sec) +
+                              static_cast<double>(t.tv_nsec) * 1e-9);
+}
+
+Monotonic SystemClock::monotonic() const {
+  const timespec t = read(CLOCK_BOOTTIME);
+  return Monotonic(std::chrono::seconds(t.tv_sec) + std::chrono::nanoseconds(t.tv_nsec));
+}
+
+Zone SystemClock::zone() const {
+  const std::string asked = environmentName();
+  const std::string link = linkText("/etc/localtime");
+  const std::string texts = asked + '\n' + link;
+  if (texts == known_) return zone_;
+  known_ = texts;
+  zone_ = Zone::utc();
+  for (const auto& name : {asked, zoneNameInPath(link)}) {
+    const auto named = name.empty() ? std::nullopt : Zone::named(name);
+    if (!named) continue;
+    zone_ = *named;
+    break;
+  }
+  return zone_;
+}
+
+}  // namespace velmora
