@@ -13,7 +13,7 @@ struct Setting {
   std::string_view key;
   std::string_view help;
   // Exactly one of the two is set.
-  int PomodoroSettings::*number = nullptr;
+  int64_t PomodoroSettings::*number = nullptr;
   bool PomodoroSettings::*flag = nullptr;
   int lowest = 0;
   int highest = 0;

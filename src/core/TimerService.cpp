@@ -231,7 +231,8 @@ void TimerService::completeSession() {
   const int64_t nextCount = saturatingSum(focusSessionsInBlock.get(), 1);
   const bool isFocus = finished == SessionType::focus;
   // A hand-edited 0 must not divide.
-  const bool longBreakDue = isFocus && nextCount % std::max(1, s.sessionsBeforeLongBreak) == 0;
+  const int64_t longBreakEvery = std::max<int64_t>(1, s.sessionsBeforeLongBreak);
+  const bool longBreakDue = isFocus && nextCount % longBreakEvery == 0;
   const bool limitReached =
       isFocus && s.focusSessionLimit >= 1 && nextCount >= s.focusSessionLimit;
   const bool blockFinished = isFocus ? limitReached && !longBreakDue
@@ -452,7 +453,7 @@ void TimerService::startScheduledBlock(const ScheduledBlock& block) {
   scheduledFocusSeconds_ = std::max<int64_t>(1, s.fullLength(SessionType::focus));
   scheduledShortBreakSeconds_ = std::max<int64_t>(1, s.fullLength(SessionType::shortBreak));
   scheduledLongBreakSeconds_ = std::max<int64_t>(1, s.fullLength(SessionType::longBreak));
-  scheduledLongBreakEvery_ = std::max(1, s.sessionsBeforeLongBreak);
+  scheduledLongBreakEvery_ = std::max<int64_t>(1, s.sessionsBeforeLongBreak);
 
   isRunning.set(true);
   isSessionActive.set(true);

@@ -1,12 +1,14 @@
 #include "core/model/PomodoroSettings.h"
 
+#include "base/Saturating.h"
+
 namespace velmora {
 
 int64_t PomodoroSettings::fullLength(SessionType type) const {
-  const int minutes = type == SessionType::focus        ? focusDuration
-                      : type == SessionType::shortBreak ? shortBreakDuration
-                                                        : longBreakDuration;
-  return int64_t{minutes} * 60;
+  const int64_t minutes = type == SessionType::focus        ? focusDuration
+                          : type == SessionType::shortBreak ? shortBreakDuration
+                                                            : longBreakDuration;
+  return saturatingProduct(minutes, 60);
 }
 
 }  // namespace velmora

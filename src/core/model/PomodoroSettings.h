@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "core/model/SessionType.h"
 
 namespace velmora {
@@ -7,11 +9,11 @@ namespace velmora {
 // The timer's settings, one JSON record. A hand-edited value outside the settings screen's ranges
 // is kept as it stands.
 struct PomodoroSettings {
-  int focusDuration = 25;       // minutes, 1 to 120
-  int shortBreakDuration = 5;   // minutes, 1 to 30
-  int longBreakDuration = 15;   // minutes, 5 to 60
-  int sessionsBeforeLongBreak = 4;  // 2 to 8
-  int focusSessionLimit = 0;        // 0 to 16; 0 means no limit
+  int64_t focusDuration = 25;           // minutes, 1 to 120
+  int64_t shortBreakDuration = 5;       // minutes, 1 to 30
+  int64_t longBreakDuration = 15;       // minutes, 5 to 60
+  int64_t sessionsBeforeLongBreak = 4;  // 2 to 8
+  int64_t focusSessionLimit = 0;        // 0 to 16; 0 means no limit
   bool isBrakModeEnabled = true;    // strict focus with allowlist and gate
   bool isSoftBlocklistEnabled = false;  // the block list instead of the allowlist
   bool showFloatingProgress = true;     // the movable mini timer
@@ -19,7 +21,7 @@ struct PomodoroSettings {
   bool soundEnabled = true;
   bool isHardcore = false;  // no pause, restart or skip while running
 
-  // Seconds of a phase; 64 bits hold whatever a hand-edited record says.
+  // Seconds of a phase, at the most what 64 bits hold.
   int64_t fullLength(SessionType type) const;
 
   bool operator==(const PomodoroSettings&) const = default;
