@@ -1,0 +1,278 @@
+// The browser's end of the link to Velmora. It tells which pages are on screen, and sends a shown
+// tab to the block page when told to. It decides nothing itself and keeps nothing.
+
+const HOST = "com.velmora.browser_host";
+const PROTOCOL = 1;
+const BLOCK_PAGE = "http://127.0.0.1:52700/";
+const LONGEST_ADDRESS = 4096;
+const LONGEST_TITLE = 256;
+
+// --- what is on screen ---
+
+// Window id -> { tabId, address, news } of its active tab. `address` was told last, `news` counts
+// what was told: an answer that took time is dropped if something newer went out meanwhile. Every
+// activation makes a new record, so the record itself tells one showing of a tab from the next.
+let shown = new Map();
+
+function show(windowId, tabId) {
+  const record = { tabId, address: undefined, news: 0 };
+  shown.set(windowId, record);
+  return record;
+}
+
+function windowShowing(tabId) {
+  for (const [windowId, record] of shown) if (record.tabId === tabId) return windowId;
+  return undefined;
+}
+
+function forget(windowId, tabId) {
+  if (shown.get(windowId)?.tabId === tabId) shown.delete(windowId);
+}
+
+// A tab that has not loaded anything yet has only the address it is on its way to.
+const addressOf = (tab) => tab.url || tab.pendingUrl || "";
+
+// Cut by length, and valid text even where the cut splits a character.
+const cut = (text, length) => text.slice(0, length).toWellFormed();
+
+// --- the link ---
+
+const FIRST_PAUSE_MS = 250;
+const LONGEST_PAUSE_MS = 10_000;
+
+let port = null;
+let introduced = false; // the application is there and knows who we are
+let meetings = 0; // counts comings and goings of the application
+let pauseMs = FIRST_PAUSE_MS;
+
+function connect() {
+  if (port) return;
+  const opened = chrome.runtime.connectNative(HOST);
+  const openedAt = Date.now();
+  port = opened;
+  opened.onMessage.addListener((message) => {
+    if (opened === port) obey(message);
+  });
+  opened.onDisconnect.addListener(() => {
+    void chrome.runtime.lastError; // read, so that the browser does not log it at every attempt
+    port = null;
+    meetApp(false);
+    if (Date.now() - openedAt > LONGEST_PAUSE_MS) pauseMs = FIRST_PAUSE_MS;
+    setTimeout(connect, pauseMs);
+    pauseMs = Math.min(pauseMs * 2, LONGEST_PAUSE_MS);
+  });
+}
+
+function send(message) {
+  if (introduced) port.postMessage(message);
+}
+
+const commands = {
+  app: ({ connected }) => meetApp(connected === true),
+  list: ({ request }) => tellWindows(request),
+  go,
+};
+
+function obey(message) {
+  if (Object.hasOwn(commands, message?.type)) commands[message.type](message);
+}
+
+function meetApp(there) {
+  introduced = false;
+  meetings++;
+  if (there) introduce();
+}
+
+async function introduce() {
+  const meeting = meetings;
+  const [version, privateAllowed] = await Promise.all([
+    browserVersion(),
+    chrome.extension.isAllowedIncognitoAccess(),
+  ]);
+  if (meeting !== meetings) return;
+  introduced = true;
+  send({
+    type: "hello",
+    protocol: PROTOCOL,
+    browser: isFirefox ? "firefox" : "chromium",
+    version,
+    extension: chrome.runtime.getManifest().version,
+    privateAllowed,
+  });
+  await tellWindows();
+}
+
+// Only Firefox can be asked about itself.
+const isFirefox = typeof chrome.runtime.getBrowserInfo === "function";
+
+async function browserVersion() {
+  if (isFirefox) return (await chrome.runtime.getBrowserInfo()).version;
+  return /Chrom(?:e|ium)\/([\d.]+)/.exec(navigator.userAgent)?.[1];
+}
+
+// --- the list of windows ---
+
+const COALESCE_MS = 25;
+let windowsDue = false;
+
+// One list for a burst of events.
+function tellWindowsSoon() {
+  if (windowsDue || !introduced) return;
+  windowsDue = true;
+  setTimeout(() => {
+    windowsDue = false;
+    tellWindows();
+  }, COALESCE_MS);
+}
+
+async function tellWindows(request) {
+  const [windows, active] = await Promise.all([
+    chrome.windows.getAll(),
+    chrome.tabs.query({ active: true }),
+  ]);
+  const tabs = new Map(active.map((tab) => [tab.windowId, tab]));
+  remember(windows, tabs);
+  send({ type: "windows", request, windows: windows.map((w) => describe(w, tabs.get(w.id))) });
+}
+
+function remember(windows, tabs) {
+  const former = shown;
+  shown = new Map();
+  for (const { id } of windows) {
+    const tab = tabs.get(id);
+    if (!tab) continue;
+    const record = former.get(id)?.tabId === tab.id ? former.get(id) : show(id, tab.id);
+    shown.set(id, record);
+    record.address ??= addressOf(tab);
+  }
+}
+
+function describe(window, tab) {
+  return {
+    id: window.id,
+    kind: window.type,
+    state: window.state,
+    focused: window.focused,
+    private: window.incognito,
+    left: window.left,
+    top: window.top,
+    width: window.width,
+    height: window.height,
+    tab: tab
+      ? { id: tab.id, address: cut(addressOf(tab), LONGEST_ADDRESS), title: cut(tab.title ?? "", LONGEST_TITLE) }
+      : null,
+  };
+}
+
+// --- news of one shown tab ---
+
+function tell(tabId, address, why, title) {
+  const windowId = windowShowing(tabId);
+  if (windowId === undefined) return;
+  const record = shown.get(windowId);
+  record.address = address;
+  record.news++;
+  send({
+    type: "tab",
+    windowId,
+    tabId,
+    address: cut(address, LONGEST_ADDRESS),
+    title: title === undefined ? undefined : cut(title, LONGEST_TITLE),
+    why,
+  });
+}
+
+// Tells where the tab really is, unless it was hidden or newer news of it went out meanwhile.
+async function tellAsItIs(tabId, why) {
+  const windowId = windowShowing(tabId);
+  const record = shown.get(windowId);
+  if (!record) return;
+  const { news } = record;
+  const tab = await chrome.tabs.get(tabId).catch(() => null);
+  if (!tab || shown.get(windowId) !== record || record.news !== news) return;
+  tell(tabId, addressOf(tab), why, tab.title);
+}
+
+// Of the page itself, not of a frame in it, nor of a page the browser prepares unseen.
+const concernsPage = ({ frameId, documentLifecycle }) => frameId === 0 && documentLifecycle !== "prerender";
+
+function onNavigation(event, why) {
+  event.addListener((details) => {
+    if (concernsPage(details)) tell(details.tabId, details.url, why);
+  });
+}
+
+onNavigation(chrome.webNavigation.onBeforeNavigate, "start");
+onNavigation(chrome.webNavigation.onCommitted, "commit");
+onNavigation(chrome.webNavigation.onHistoryStateUpdated, "history");
+onNavigation(chrome.webNavigation.onReferenceFragmentUpdated, "fragment");
+
+// The address announced at the start was never reached.
+chrome.webNavigation.onErrorOccurred.addListener((details) => {
+  if (concernsPage(details)) tellAsItIs(details.tabId, "error");
+});
+
+chrome.tabs.onUpdated.addListener((tabId, { url, title }, tab) => {
+  // Pages brought on by other means than a navigation of their own, such as prepared ones.
+  if (url && shown.get(windowShowing(tabId))?.address !== url) tell(tabId, url, "commit");
+  if (title !== undefined) tell(tabId, addressOf(tab), "title", title);
+});
+
+// --- windows and their active tabs ---
+
+chrome.tabs.onActivated.addListener(({ tabId, windowId }) => {
+  show(windowId, tabId);
+  tellAsItIs(tabId, "activated");
+  tellWindowsSoon();
+});
+
+// Before its activation is told, a tab may already be on its way.
+chrome.tabs.onCreated.addListener((tab) => {
+  if (tab.active) show(tab.windowId, tab.id);
+});
+
+chrome.tabs.onRemoved.addListener((tabId, { windowId }) => {
+  forget(windowId, tabId);
+  tellWindowsSoon();
+});
+
+chrome.tabs.onDetached.addListener((tabId, { oldWindowId }) => {
+  forget(oldWindowId, tabId);
+  tellWindowsSoon();
+});
+
+chrome.tabs.onReplaced?.addListener((addedId, removedId) => {
+  const windowId = windowShowing(removedId);
+  if (windowId !== undefined) show(windowId, addedId);
+  tellWindowsSoon();
+});
+
+chrome.tabs.onAttached.addListener(tellWindowsSoon);
+chrome.windows.onCreated.addListener(tellWindowsSoon);
+chrome.windows.onRemoved.addListener(tellWindowsSoon);
+chrome.windows.onFocusChanged.addListener(tellWindowsSoon);
+chrome.windows.onBoundsChanged?.addListener(tellWindowsSoon); // not in Firefox
+
+// --- sending a shown tab to the block page ---
+
+// Obeys only for the block page, and only while the tab is still the one on screen: a tab the
+// user has just turned away from stays as it is, and Velmora learns how things stand.
+async function go({ windowId, tabId, address }) {
+  if (typeof address !== "string" || !address.startsWith(BLOCK_PAGE)) return;
+  try {
+    if (shown.get(windowId)?.tabId !== tabId) throw new Error("no longer shown");
+    await chrome.tabs.update(tabId, { url: address });
+  } catch {
+    tellWindows();
+  }
+}
+
+// --- staying there ---
+
+// The open port keeps us running. Should the browser end us all the same, its next event or this
+// alarm starts us again, and a start connects.
+chrome.alarms.create("link", { periodInMinutes: 0.5 });
+chrome.alarms.onAlarm.addListener(connect);
+chrome.runtime.onStartup.addListener(connect);
+chrome.runtime.onInstalled.addListener(connect);
+connect();

@@ -1,0 +1,334 @@
+"""The native messaging host, the real binary, between a pretended browser and a fake application."""
+
+import json
+import os
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from fake_app import FakeApp, eventually, pack, read_frame
+
+HOST = os.environ.get("VELMORA_BROWSER_HOST", "")
+ORIGIN = "chrome-extension://abcdefghijklmnopabcdefghijklmnop/"
+SANITIZED = bool(HOST) and b"__asan_init" in open(HOST, "rb").read()
+CONNECTED = {"type": "app", "connected": True}
+DISCONNECTED = {"type": "app", "connected": False}
+
+
+class Browser:
+    """The browser's end: starts the host and speaks to it over its pipes."""
+
+    def __init__(self, runtime, arguments=(ORIGIN,), reads=True, **options):
+        environment = {k: v for k, v in os.environ.items() if k != "XDG_RUNTIME_DIR"}
+        if runtime:
+            environment["XDG_RUNTIME_DIR"] = runtime
+        self.host = subprocess.Popen([HOST, *arguments], env=environment, bufsize=0,
+                                     stdin=subprocess.PIPE, stdout=subprocess.PIPE, **options)
+        self.heard = []
+        if reads:
+            self.read()
+
+    def read(self):
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        try:
+            while (text := read_frame(self.host.stdout.read)) is not None:
+                self.heard.append(text)
+        except (OSError, ValueError):
+            pass
+
+    def send_raw(self, data):
+        view = memoryview(data)
+        while view:
+            view = view[self.host.stdin.write(view):]
+
+    def send(self, message):
+        self.send_raw(pack(message))
+
+    def told(self):
+        """What the extension was told about the application, in order."""
+        return [m for m in map(json.loads, list(self.heard)) if m["type"] == "app"]
+
+    def assertMemory(self, name, most_kib):
+        """A sanitizer's own memory says nothing of ours."""
+        if not SANITIZED:
+            assert self.status(name) < most_kib, "%s: %d KiB" % (name, self.status(name))
+
+    def status(self, name):
+        with open("/proc/%d/status" % self.host.pid) as lines:
+            return next(int(l.split()[1]) for l in lines if l.startswith(name + ":"))
+
+    def wakeups(self):
+        return self.status("voluntary_ctxt_switches")
+
+    def close(self):
+        for pipe in (self.host.stdin, self.host.stdout):
+            pipe.close()
+        if self.host.poll() is None:
+            self.host.kill()
+        self.host.wait()
+
+
+@unittest.skipUnless(HOST, "VELMORA_BROWSER_HOST names no host")
+class HostTest(unittest.TestCase):
+    def setUp(self):
+        self.runtime = tempfile.mkdtemp(prefix="velmora-link-")
+        self.addCleanup(shutil.rmtree, self.runtime, ignore_errors=True)
+        self.path = self.runtime + "/velmora/browser.sock"
+
+    def app(self, **options):
+        app = FakeApp(self.path, **options)
+        self.addCleanup(app.vanish)
+        return app
+
+    def browser(self, runtime=None, **options):
+        browser = Browser(runtime or self.runtime, **options)
+        self.addCleanup(browser.close)
+        return browser
+
+    def linked(self, **options):
+        """An application, a browser, and the link that stands between them."""
+        app = self.app().start()
+        browser = self.browser(**options)
+        link = app.link()
+        link.expect("host")
+        self.assertTrue(eventually(lambda: browser.told() == [CONNECTED]))
+        return app, browser, link
+
+    def assertCrosses(self, browser, link, text=b'{"type":"probe"}'):
+        """The link carries a frame in each direction."""
+        browser.send_raw(pack(text))
+        self.assertTrue(eventually(lambda: text in link.frames))
+        link.send_raw(pack(b'{"type":"answer"}'))
+        self.assertTrue(eventually(lambda: b'{"type":"answer"}' in browser.heard))
+
+
+class Greeting(HostTest):
+    def test_comes_first_and_names_the_processes_and_the_caller(self):
+        _, browser, link = self.linked()
+        browser.send({"type": "hello"})
+        link.expect("hello")
+        greeting = dict(link.messages[0])
+        del greeting["_at"]
+        self.assertEqual(greeting, {"type": "host", "protocol": 1, "pid": browser.host.pid,
+                                    "browserPid": os.getpid(), "origin": ORIGIN})
+
+    def test_names_the_extension_after_the_manifest_path(self):
+        _, _, link = self.linked(arguments=("/some/where/host.json", "browser-link@velmora.invalid"))
+        self.assertEqual(link.messages[0]["origin"], "browser-link@velmora.invalid")
+
+    def test_stays_readable_whatever_the_arguments(self):
+        _, _, link = self.linked(arguments=('a"\\\n\x7f\xff' + "x" * 500,))
+        self.assertEqual(link.messages[0]["origin"][:6], 'a"\\???')
+        self.assertLessEqual(len(link.messages[0]["origin"]), 256)
+
+
+class Relaying(HostTest):
+    def test_carries_frames_unchanged_however_they_are_cut(self):
+        _, browser, link = self.linked()
+        texts = [b'{ "type" : "x",\n"t":"\\u00e9 \xc3\xa9" }', b"{}", b'{"type":"y","n":[%s]}' % (b"7," * 40000 + b"7")]
+        stream = b"".join(map(pack, texts))
+        for start in range(0, 50):
+            browser.send_raw(stream[start:start + 1])
+            time.sleep(0.001)
+        browser.send_raw(stream[50:])
+        self.assertTrue(eventually(lambda: link.frames[1:] == texts))
+        link.send_raw(stream[:3])
+        time.sleep(0.02)
+        link.send_raw(stream[3:])
+        self.assertTrue(eventually(lambda: browser.heard[1:] == texts))
+
+    def test_takes_the_largest_frames_and_passes_over_larger_and_empty_ones(self):
+        _, browser, link = self.linked()
+        largest = b'{"type":"%s"}' % (b"x" * (1024 * 1024 - 11))
+        browser.send_raw(pack(largest))
+        browser.send_raw(pack(b"") + pack(largest + b" ") + pack(b""))
+        browser.send({"type": "after"})
+        link.expect("after")
+        self.assertEqual([len(f) for f in link.frames[1:]], [1024 * 1024, len(b'{"type": "after"}')])
+
+        link.send_raw(pack(b"") + pack(b"y" * 256 * 1024))
+        self.assertTrue(eventually(lambda: b"y" * 256 * 1024 in browser.heard))
+
+    def test_passes_over_a_huge_frame_without_keeping_it(self):
+        _, browser, link = self.linked()
+        browser.send_raw(struct.pack("=I", 64 * 1024 * 1024) + b"z" * (64 * 1024 * 1024))
+        self.assertCrosses(browser, link)
+        browser.assertMemory("VmHWM", 5 * 1024)
+
+
+class Application(HostTest):
+    def test_that_sends_too_much_is_dropped_and_called_again(self):
+        app, browser, link = self.linked()
+        link.send_raw(struct.pack("=I", 256 * 1024 + 1))
+        self.assertCrosses(browser, app.link(1))
+        self.assertEqual(browser.told(), [CONNECTED, DISCONNECTED, CONNECTED])
+
+    def test_that_hangs_up_on_every_call_is_not_called_in_a_hurry(self):
+        app = self.app(on_message=lambda link, message: link.close()).start()
+        self.browser()
+        time.sleep(2)
+        self.assertLess(len(app.links), 10)
+
+    def test_is_found_when_folders_and_socket_appear_later(self):
+        shutil.rmtree(self.runtime)
+        browser = self.browser()
+        time.sleep(0.1)
+        started = self.app().start()
+        self.assertCrosses(browser, started.link(timeout=1))
+
+    def test_is_found_again_after_its_folder_was_taken_away(self):
+        app, browser, _ = self.linked()
+        app.stop()
+        shutil.rmtree(self.runtime + "/velmora")
+        time.sleep(3)  # past every retry: only the watch can tell now
+        self.assertCrosses(browser, self.app().start().link(timeout=1))
+
+    def test_that_was_killed_is_found_at_its_next_start(self):
+        app, browser, _ = self.linked()
+        app.vanish()
+        self.assertTrue(eventually(lambda: browser.told() == [CONNECTED, DISCONNECTED]))
+        browser.send({"type": "lost"})
+        time.sleep(3)
+        link = self.app().start().link(timeout=1)
+        self.assertCrosses(browser, link)
+        self.assertEqual([m["type"] for m in link.messages], ["host", "probe"])
+
+    def test_that_is_slow_to_listen_is_waited_for(self):
+        browser = self.browser()
+        time.sleep(0.05)
+        app = self.app().start(pause_before_listening=0.7)
+        self.assertCrosses(browser, app.link(timeout=2))
+
+    def test_that_moves_a_ready_socket_into_place_is_found(self):
+        os.makedirs(os.path.dirname(self.path))
+        browser = self.browser()
+        time.sleep(3)
+        app = FakeApp(self.path + ".new")
+        self.addCleanup(app.vanish)
+        app.start()
+        os.rename(self.path + ".new", self.path)
+        self.assertCrosses(browser, app.link(timeout=1))
+
+    def test_never_hears_the_rest_of_a_frame_begun_for_its_predecessor(self):
+        app, browser, _ = self.linked()
+        frame = pack(b'{"type":"split"}')
+        browser.send_raw(frame[:9])
+        app.vanish()
+        self.assertTrue(eventually(lambda: DISCONNECTED in browser.told()))
+        link = self.app().start().link()
+        browser.send_raw(frame[9:])
+        self.assertCrosses(browser, link)
+        self.assertEqual([m["type"] for m in link.messages], ["host", "split", "probe"])
+
+    @unittest.skipIf(os.geteuid(), "only root can pose as somebody else")
+    def test_of_another_user_is_not_spoken_to(self):
+        app = self.app()
+        os.chmod(self.runtime, 0o777)
+        os.makedirs(os.path.dirname(self.path), exist_ok=True)
+        os.chmod(os.path.dirname(self.path), 0o777)
+        os.seteuid(65534)
+        try:
+            app.start()
+        finally:
+            os.seteuid(0)
+        browser = self.browser()
+        link = app.link()
+        self.assertTrue(eventually(lambda: link.ended))
+        self.assertEqual((link.frames, browser.heard), ([], []))
+
+    @unittest.skipIf(os.geteuid(), "only root can run the host as a user without a session")
+    def test_is_found_without_a_runtime_folder(self):
+        uid = 64321
+        folder = "/tmp/velmora-%d" % uid
+        self.addCleanup(shutil.rmtree, folder, ignore_errors=True)
+        os.makedirs(folder)
+        os.chmod(folder, 0o777)
+        app = FakeApp(folder + "/velmora/browser.sock")
+        self.addCleanup(app.vanish)
+        os.seteuid(uid)
+        try:
+            app.start()
+        finally:
+            os.seteuid(0)
+        browser = Browser(None, user=uid)
+        self.addCleanup(browser.close)
+        self.assertCrosses(browser, app.link())
+
+
+class Stalling(HostTest):
+    FRAME = b'{"type":"bulk","fill":"%s"}' % (b"b" * 200 * 1000)
+
+    def test_application_costs_bounded_memory_and_is_called_again(self):
+        app = self.app(reads=False).start()
+        browser = self.browser()
+        app.link()
+        self.assertTrue(eventually(lambda: browser.told() == [CONNECTED]))
+        for _ in range(40):
+            browser.send_raw(pack(self.FRAME))
+        self.assertTrue(eventually(lambda: DISCONNECTED in browser.told()))
+        browser.assertMemory("VmHWM", 16 * 1024)
+        app.reads = True
+        self.assertCrosses(browser, eventually(lambda: next((l for l in app.links if l.frames), None), 15))
+        browser.assertMemory("VmRSS", 5 * 1024)
+
+    def test_browser_costs_bounded_memory_and_loses_nothing(self):
+        app = self.app().start()
+        browser = self.browser(reads=False)
+        link = app.link()
+        sender = threading.Thread(target=lambda: [link.send_raw(pack(self.FRAME)) for _ in range(40)])
+        sender.start()
+        time.sleep(0.5)
+        browser.assertMemory("VmHWM", 8 * 1024)
+        browser.send({"type": "still here"})
+        link.expect("still here")
+        browser.read()
+        sender.join(5)
+        self.assertTrue(eventually(lambda: browser.heard.count(self.FRAME) == 40))
+
+
+class Life(HostTest):
+    def test_ends_with_the_browser(self):
+        browser = self.browser()
+        time.sleep(0.1)
+        browser.host.stdin.close()
+        self.assertEqual(browser.host.wait(2), 0)
+
+    def test_ends_when_nobody_reads_it_any_more(self):
+        browser = self.browser(reads=False)
+        time.sleep(0.1)
+        browser.host.stdout.close()
+        self.assertEqual(browser.host.wait(2), 0)
+
+    def test_survives_an_application_that_ends_while_written_to(self):
+        app, browser, _ = self.linked()
+        app.vanish()
+        for _ in range(20):
+            browser.send({"type": "news"})
+        time.sleep(0.1)
+        self.assertIsNone(browser.host.poll())
+
+    def test_sleeps_soundly(self):
+        def idle(browser):
+            before = browser.wakeups()
+            time.sleep(3)
+            return browser.wakeups() - before
+
+        app, browser, _ = self.linked()
+        time.sleep(0.2)
+        self.assertEqual(idle(browser), 0, "with the application")
+        app.vanish()
+        time.sleep(4)
+        self.assertEqual(idle(browser), 0, "without the application")
+        browser.assertMemory("VmRSS", 5 * 1024)
+
+
+if __name__ == "__main__":
+    unittest.main()
