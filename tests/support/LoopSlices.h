@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+#include "platform/linux/EventLoop.h"
+
+namespace velmora {
+
+inline void runFor(EventLoop& loop, Seconds time) {
+  const auto end = loop.after(time, [&] { loop.quit(); });
+  loop.run();
+}
+
+// Runs the loop until something holds, for five seconds at most.
+inline bool runUntil(EventLoop& loop, const std::function<bool()>& holds) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (!holds() && std::chrono::steady_clock::now() < deadline) runFor(loop, Seconds(0.002));
+  return holds();
+}
+
+}  // namespace velmora
