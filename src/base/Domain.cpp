@@ -2,6 +2,7 @@
 
 #include <idn2.h>
 
+#include <algorithm>
 #include <cctype>
 
 #include "base/Text.h"
@@ -58,19 +59,44 @@ std::string percentDecoded(std::string_view text) {
   return out;
 }
 
-// A name that international rules refuse keeps its lower case form: in an allow list session it
-// must still be judged, and it is on no list.
-std::string asciiHost(std::string_view host) {
-  const std::string lower = text::lowercased(percentDecoded(host));
-  bool ascii = true;
-  for (const char c : lower) ascii = ascii && static_cast<unsigned char>(c) < 0x80;
-  if (ascii || lower.find('\0') != std::string::npos) return lower;
+std::string asciiLowered(std::string_view text) {
+  std::string out(text);
+  for (char& c : out)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c | 0x20);
+  return out;
+}
+
+bool isAscii(std::string_view text) {
+  return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// What no name may hold (WHATWG URL); a decoder that let these through could forge a separator.
+bool hasForbidden(std::string_view name) {
+  static constexpr std::string_view kForbidden = "#%/:<>?@[\\]^|";
+  return std::ranges::any_of(name, [](char c) {
+    const auto u = static_cast<unsigned char>(c);
+    return u <= ' ' || u == 0x7f || kForbidden.find(c) != std::string_view::npos;
+  });
+}
+
+std::optional<std::string> international(const std::string& name) {
   char* result = nullptr;
-  if (idn2_to_ascii_8z(lower.c_str(), &result, IDN2_NFC_INPUT | IDN2_NONTRANSITIONAL) != IDN2_OK)
-    return lower;
+  if (idn2_to_ascii_8z(name.c_str(), &result, IDN2_NFC_INPUT | IDN2_NONTRANSITIONAL) != IDN2_OK)
+    return {};
   std::string out = result;
   idn2_free(result);
   return out;
+}
+
+// Nothing for a host that no name server could know.
+std::optional<std::string> asciiHost(std::string_view host) {
+  if (host.starts_with('[')) return asciiLowered(host);
+  const std::string decoded = percentDecoded(host);
+  if (hasForbidden(decoded) || !text::isValidUtf8(decoded)) return {};
+  if (isAscii(decoded)) return asciiLowered(decoded);
+  auto ascii = international(text::lowercased(decoded));
+  if (!ascii || hasForbidden(*ascii)) return {};
+  return ascii;
 }
 
 std::string_view trimDots(std::string_view text) {
@@ -80,13 +106,10 @@ std::string_view trimDots(std::string_view text) {
 }
 
 std::optional<std::string> judgedForm(std::string_view host) {
+  if (host.starts_with("www.")) host.remove_prefix(4);
+  host = trimDots(host);
   if (host.empty()) return {};
-  const std::string ascii = asciiHost(host);
-  std::string_view form = ascii;
-  if (form.starts_with("www.")) form.remove_prefix(4);
-  form = trimDots(form);
-  if (form.empty()) return {};
-  return std::string(form);
+  return std::string(host);
 }
 
 }  // namespace
@@ -96,14 +119,17 @@ std::optional<std::string> normalizedDomain(std::string_view raw) {
   if (domain.empty()) return {};
   if (domain.find("://") == std::string::npos) domain = "https://" + domain;
   const auto authority = authorityOf(domain);
-  if (!authority || authority->host.find_first_of(" \t\r\n") != std::string_view::npos) return {};
-  return judgedForm(authority->host);
+  if (!authority) return {};
+  const auto host = asciiHost(authority->host);
+  if (!host) return {};
+  return judgedForm(*host);
 }
 
 std::optional<std::string> webHost(std::string_view address, std::string_view homeDomain) {
   const auto authority = authorityOf(address);
   if (!authority || (authority->scheme != "http" && authority->scheme != "https")) return {};
-  auto host = judgedForm(authority->host);
+  // An impossible name is on no list, but an allow list session must still judge it.
+  auto host = judgedForm(asciiHost(authority->host).value_or(asciiLowered(authority->host)));
   if (!host || *host == "127.0.0.1" || *host == "localhost") return {};
   if (matches(*host, DomainSet{std::string(homeDomain)})) return {};
   return host;

@@ -12,7 +12,7 @@ using DomainSet = std::set<std::string, std::less<>>;
 
 // The form in which rules hold a domain: lower case, ASCII (international names in punycode), one
 // leading "www." and the dots at both ends removed. Takes a bare domain or an address; nothing
-// when no host can be found.
+// when no host can be found, or one that can't exist.
 std::optional<std::string> normalizedDomain(std::string_view text);
 
 // The host by which the tab at `address` is judged: normalised as above, and nothing for other

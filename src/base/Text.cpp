@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <new>
 
 namespace velmora::text {
 namespace {
@@ -19,10 +20,10 @@ bool isSpace(ucs4_t c) { return uc_is_property_white_space(c) || c == 0x200B; }
 using CaseMapping = uint8_t* (*)(const uint8_t*, size_t, const char*, uninorm_t, uint8_t*, size_t*);
 
 std::string mapped(std::string_view text, CaseMapping mapping) {
-  if (text.empty()) return {};
+  if (text.empty() || !isValidUtf8(text)) return std::string(text);
   size_t length = 0;
   uint8_t* result = mapping(bytes(text), text.size(), "", nullptr, nullptr, &length);
-  if (!result) return std::string(text);  // not UTF-8
+  if (!result) throw std::bad_alloc();
   std::string out(reinterpret_cast<char*>(result), length);
   std::free(result);
   return out;

@@ -58,18 +58,20 @@ struct BlockPageServer::Core : std::enable_shared_from_this<Core> {
     });
   }
 
-  // One request per connection. The connection lives in its own callbacks.
+  // One request per connection, and an answer even to none. The connection lives in its own
+  // callbacks.
   void serve(std::shared_ptr<Connection> connection) {
     Connection& stream = *connection;
     stream.receive(kRequestBytes, [self = shared_from_this(), connection = std::move(connection)](
                                       std::optional<std::string> request) {
-      if (!request) return connection->cancel();
-      connection->send(BlockPageServer::response(*request, self->page),
+      connection->send(BlockPageServer::response(request.value_or(""), self->page),
                        [connection] { connection->cancel(); });
     });
   }
 
+  // The main loop may be gone together with the server.
   void publish(State value) {
+    if (state.expired()) return;
     mainLoop.post([weak = state, value] {
       if (const auto property = weak.lock()) property->setIfChanged(value);
     });

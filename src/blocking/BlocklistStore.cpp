@@ -128,8 +128,11 @@ void BlocklistStore::removeApp(const BlockedApp& app) {
                   [this] { save(); });
 }
 
-void BlocklistStore::removeApp(size_t index) {
-  if (index < blockedApps.get().size()) removeApp(BlockedApp(blockedApps.get()[index]));
+void BlocklistStore::removeApps(const std::set<size_t>& indexes) {
+  std::vector<BlockedApp> left;
+  for (size_t i = 0; i < blockedApps.get().size(); ++i)
+    if (!indexes.contains(i)) left.push_back(blockedApps.get()[i]);
+  blockedApps.set(std::move(left), [this] { save(); });
 }
 
 void BlocklistStore::setAppBlocked(const Uuid& id, bool isBlocked) {

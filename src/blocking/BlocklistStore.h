@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,7 +41,8 @@ class BlocklistStore {
   void setSiteBlocked(const Uuid& id, bool isBlocked);
   void addApp(BlockedApp app);
   void removeApp(const BlockedApp& app);
-  void removeApp(size_t index);
+  // At these places of the list; places beyond its end do nothing.
+  void removeApps(const std::set<size_t>& indexes);
   void setAppBlocked(const Uuid& id, bool isBlocked);
   // A new entry for the lists, blocked and with a fresh identity.
   BlockedApp makeApp(std::string name, std::string bundleID);
