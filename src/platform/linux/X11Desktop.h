@@ -11,9 +11,9 @@
 
 namespace velmora {
 
-class AppCatalog;
 class Clock;
 class EventLoop;
+class LinuxAppCatalog;
 
 // The desktop as an X server and its window manager (EWMH) show it. Keeps one connection of its
 // own and one picture of all windows, which any relevant event of the server marks stale; a stale
@@ -30,7 +30,7 @@ class X11Desktop final : public Desktop, public XWindowSource {
   };
   // `loop`, `catalog` and `clock` must outlive this object. Does not fail: without a server it
   // waits for one.
-  X11Desktop(EventLoop& loop, const AppCatalog& catalog, const Clock& clock, Options options);
+  X11Desktop(EventLoop& loop, const LinuxAppCatalog& catalog, const Clock& clock, Options options);
   ~X11Desktop() override;
 
   DesktopSnapshot snapshot(Wants wants) override;

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+
+#include "base/Date.h"
+
+namespace velmora {
+
+class EventLoop;
+
+// Whether the user's login session has the console and is not locked, as logind tells it. All
+// questions are asked in the background and the answers kept. As long as nothing is known - no
+// system bus, no logind, no session of ours, or the answer is still on its way - the session counts
+// as being on the console. A lost bus is looked for again from time to time. On the loop's
+// thread only.
+class LogindSession {
+ public:
+  // Attaches itself to the loop, which must outlive this object. Does not wait.
+  explicit LogindSession(EventLoop& loop, Seconds reconnectInterval = Seconds(15));
+  ~LogindSession();
+  LogindSession(const LogindSession&) = delete;
+  LogindSession& operator=(const LogindSession&) = delete;
+
+  bool onConsoleAndUnlocked() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace velmora

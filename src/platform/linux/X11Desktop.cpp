@@ -1,0 +1,264 @@
+#include "platform/linux/X11Desktop.h"
+
+#include <sys/epoll.h>
+
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+
+#include "platform/linux/EventLoop.h"
+#include "platform/linux/ProcessIdentity.h"
+#include "platform/linux/X11WindowReader.h"
+#include "ports/Clock.h"
+
+namespace velmora {
+namespace {
+
+// A server that is slower keeps us waiting no longer: the last picture is shown once more.
+constexpr std::chrono::milliseconds kPatience{20};
+constexpr Seconds kReconnectInterval{3};
+
+}  // namespace
+
+class X11Desktop::Impl {
+ public:
+  Impl(EventLoop& loop, const LinuxAppCatalog& catalog, const Clock& clock, Options options)
+      : loop_(loop), clock_(clock), options_(std::move(options)), identity_(catalog, proc_) {
+    connect();
+  }
+
+  DesktopSnapshot snapshot(Wants wants) {
+    if (!connection_ && clock_.monotonic() >= nextAttempt_) connect();
+    if (connection_) refresh(wants);
+    dropIfBroken();
+    return assembled(wants);
+  }
+
+  const std::vector<X11Window>& windows() const { return windows_; }
+  uint64_t generation() const { return generation_; }
+  uint64_t roundTrips() const {
+    return earlierRoundTrips_ + (connection_ ? connection_->roundTrips() : 0);
+  }
+  uint64_t fullReads() const { return fullReads_; }
+
+ private:
+  void connect() {
+    nextAttempt_ = clock_.monotonic() +
+                   std::chrono::duration_cast<Monotonic::duration>(kReconnectInterval);
+    connection_ = X11Connection::open(options_.display,
+                                      [this](const xcb_generic_event_t& e) { onEvent(e); });
+    if (!connection_) return;
+    reader_ = std::make_unique<X11WindowReader>(*connection_);
+    isStale_ = true;
+    watch_ = loop_.watch(connection_->descriptor(), EPOLLIN, [this](uint32_t) {
+      connection_->pollEvents();
+      dropIfBroken();
+    });
+  }
+
+  void dropIfBroken() {
+    if (!connection_ || !connection_->isBroken()) return;
+    watch_.reset();
+    reader_.reset();
+    earlierRoundTrips_ += connection_->roundTrips();
+    connection_.reset();
+    staleTitles_.clear();
+    hasPicture_ = false;
+    windows_.clear();
+    onScreen_.clear();
+    applications_.clear();
+    monitors_.clear();
+    frontmost_.reset();
+    identity_.keepOnly({});
+    ++generation_;
+  }
+
+  // Leaves everything as it is where the server does not answer in time.
+  void refresh(Wants wants) {
+    connection_->pollEvents();
+    if (connection_->isBroken() || connection_->isBehind()) return;
+    const auto deadline = X11Connection::Clock::now() + kPatience;
+    if (isStale_) {
+      readAll(wants, deadline);
+    } else {
+      if (!staleTitles_.empty()) readTitles(deadline);
+      if (!connection_->isBehind()) {
+        reader_->readLive({wants.pointer, hasTranslucent_}, live_, deadline);
+      }
+    }
+  }
+
+  void readAll(Wants wants, X11Connection::Clock::time_point deadline) {
+    // What changes from here on is news for the next snapshot.
+    isStale_ = false;
+    staleTitles_.clear();
+    auto picture = reader_->read({wants.pointer, true}, live_, deadline);
+    if (!picture) {
+      isStale_ = true;
+      return;
+    }
+    ++fullReads_;
+    ++generation_;
+    hasPicture_ = true;
+    identify(*picture);
+    keep(std::move(*picture));
+  }
+
+  // Managed windows name their process better than popups, which often have no class.
+  void identify(const X11Picture& picture) {
+    std::unordered_set<int32_t> pids;
+    for (const bool managed : {true, false}) {
+      for (const auto& window : picture.windows) {
+        if (window.managed != managed || window.pid <= 0) continue;
+        if (window.isNew && pids.insert(window.pid).second) identity_.recheck(window.pid);
+        pids.insert(window.pid);
+        identity_.of(window.pid, window.windowClass, window.windowInstance);
+      }
+    }
+    identity_.keepOnly(pids);
+  }
+
+  void keep(X11Picture picture) {
+    windows_.clear();
+    onScreen_.clear();
+    applications_.clear();
+    frontmost_.reset();
+    hasTranslucent_ = false;
+    monitors_ = std::move(picture.monitors);
+    std::unordered_set<int32_t> listed;
+    for (auto& window : picture.windows) {
+      const bool isProcess = window.pid > 0;
+      const std::string id = isProcess ? identity_.of(window.pid, {}, {}) : std::string();
+      if (isProcess && listed.insert(window.pid).second) applications_.push_back({window.pid, id});
+      if (picture.active == window.id && !id.empty()) frontmost_ = id;
+      if (window.onScreen) {
+        onScreen_.push_back({window.pid, window.layer, window.opacity, window.frame});
+        hasTranslucent_ = hasTranslucent_ || window.opacity < 1.0;
+      }
+      windows_.push_back(std::move(window));
+    }
+  }
+
+  void readTitles(X11Connection::Clock::time_point deadline) {
+    const auto stale = std::exchange(staleTitles_, {});
+    const auto titles = reader_->readTitles(stale, deadline);
+    if (!titles) {
+      staleTitles_.insert(stale.begin(), stale.end());
+      return;
+    }
+    bool changed = false;
+    for (auto& window : windows_) {
+      const auto title = titles->find(window.id);
+      if (title == titles->end() || title->second == window.title) continue;
+      window.title = title->second;
+      changed = true;
+    }
+    if (changed) ++generation_;
+  }
+
+  DesktopSnapshot assembled(Wants wants) const {
+    DesktopSnapshot out;
+    if (!hasPicture_) return out;
+    out.applications = applications_;
+    out.frontmost = frontmost_;
+    out.windows = onScreen_;
+    if (!live_.hasCompositor) {
+      for (auto& window : *out.windows) window.alpha = 1.0;
+    }
+    const bool isOurs = !options_.onConsoleAndUnlocked || options_.onConsoleAndUnlocked();
+    if (isOurs && live_.isDisplayAwake) out.displays = monitors_;
+    if (wants.pointer) out.pointer = live_.pointer;
+    return out;
+  }
+
+  void onEvent(const xcb_generic_event_t& event) {
+    const uint8_t type = event.response_type & 0x7F;
+    switch (type) {
+      case XCB_PROPERTY_NOTIFY: {
+        const auto& e = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+        onProperty(e.window, e.atom);
+        break;
+      }
+      case XCB_DESTROY_NOTIFY: {
+        const auto& e = reinterpret_cast<const xcb_destroy_notify_event_t&>(event);
+        reader_->onDestroyed(e.window);
+        if (isKnown(e.window)) isStale_ = true;
+        break;
+      }
+      case XCB_REPARENT_NOTIFY:
+        reader_->onReparented(reinterpret_cast<const xcb_reparent_notify_event_t&>(event).window);
+        isStale_ = true;
+        break;
+      case XCB_MAP_NOTIFY:
+      case XCB_UNMAP_NOTIFY:
+      case XCB_CONFIGURE_NOTIFY:
+      case XCB_GRAVITY_NOTIFY:
+      case XCB_CIRCULATE_NOTIFY:
+        isStale_ = true;
+        break;
+      default:
+        if (connection_->isMonitorEvent(type)) isStale_ = true;
+    }
+  }
+
+  void onProperty(xcb_window_t window, xcb_atom_t property) {
+    const auto isOneOf = [&](std::initializer_list<XAtom> atoms) {
+      return std::ranges::any_of(atoms, [&](XAtom a) { return connection_->atom(a) == property; });
+    };
+    if (window == connection_->root()) {
+      if (isOneOf({XAtom::clientListStacking, XAtom::activeWindow, XAtom::currentDesktop})) {
+        isStale_ = true;
+      }
+    } else if (isOneOf({XAtom::wmName})) {
+      if (isKnown(window)) staleTitles_.insert(window);
+    } else if (property == XCB_ATOM_WM_CLASS || property == XCB_ATOM_WM_CLIENT_MACHINE ||
+               isOneOf({XAtom::wmState, XAtom::wmDesktop, XAtom::windowType, XAtom::frameExtents,
+                        XAtom::gtkFrameExtents, XAtom::opacity, XAtom::wmPid, XAtom::layer})) {
+      isStale_ = true;
+    }
+  }
+
+  bool isKnown(xcb_window_t window) const {
+    return std::ranges::find(windows_, window, &X11Window::id) != windows_.end();
+  }
+
+  EventLoop& loop_;
+  const Clock& clock_;
+  const Options options_;
+  ProcSource proc_;
+  ProcessIdentity identity_;
+
+  // The picture: what the last full read saw.
+  bool hasPicture_ = false;
+  std::vector<X11Window> windows_;
+  std::vector<ScreenWindow> onScreen_;  // with the opacity that is declared
+  std::vector<RunningApplication> applications_;
+  std::vector<Rect> monitors_;
+  std::optional<std::string> frontmost_;
+  bool hasTranslucent_ = false;
+  X11LiveFacts live_;
+
+  bool isStale_ = true;
+  std::unordered_set<xcb_window_t> staleTitles_;
+  uint64_t generation_ = 0;
+  uint64_t fullReads_ = 0;
+  uint64_t earlierRoundTrips_ = 0;  // of connections that are gone
+  Monotonic nextAttempt_{};
+
+  std::unique_ptr<X11Connection> connection_;
+  std::unique_ptr<X11WindowReader> reader_;
+  Subscription watch_;
+};
+
+X11Desktop::X11Desktop(EventLoop& loop, const LinuxAppCatalog& catalog, const Clock& clock,
+                       Options options)
+    : impl_(std::make_unique<Impl>(loop, catalog, clock, std::move(options))) {}
+X11Desktop::~X11Desktop() = default;
+
+DesktopSnapshot X11Desktop::snapshot(Wants wants) { return impl_->snapshot(wants); }
+const std::vector<X11Window>& X11Desktop::windows() const { return impl_->windows(); }
+uint64_t X11Desktop::generation() const { return impl_->generation(); }
+uint64_t X11Desktop::roundTrips() const { return impl_->roundTrips(); }
+uint64_t X11Desktop::fullReads() const { return impl_->fullReads(); }
+
+}  // namespace velmora

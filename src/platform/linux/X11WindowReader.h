@@ -1,0 +1,110 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/linux/X11Connection.h"
+#include "platform/linux/XWindowSource.h"
+#include "ports/Desktop.h"
+
+namespace velmora {
+
+// What no event tells of, so that it must be asked each time it is wanted.
+struct X11LiveFacts {
+  bool hasCompositor = false;
+  bool isDisplayAwake = true;
+  std::optional<Point> pointer;
+};
+
+// A window with what only the desktop wants to know of it.
+struct X11SeenWindow : X11Window {
+  int layer = kNormalLayer;
+  double opacity = 1.0;  // as declared; means nothing without a compositor
+  bool isNew = false;    // not among the windows of the read before, or another of that number
+  bool mayLock = false;  // would be a screen locker if it covered a monitor on top of everything
+};
+
+struct X11Picture {
+  std::vector<X11SeenWindow> windows;  // front to back
+  std::vector<Rect> monitors;          // without doubles
+  std::optional<xcb_window_t> active;
+};
+
+// Reads the windows of one server, each time all of them, in at most three batches. Asks for the
+// events that tell of a change before it reads what may change.
+class X11WindowReader {
+ public:
+  struct LiveWants {
+    bool pointer = false;
+    bool compositor = false;
+  };
+
+  // `connection` must outlive this object.
+  explicit X11WindowReader(X11Connection& connection);
+
+  // Nothing when the server did not answer in time. Fills `live` as well, in the first batch.
+  std::optional<X11Picture> read(LiveWants wants, X11LiveFacts& live,
+                                 X11Connection::Clock::time_point deadline);
+  // Asks only where something must be asked; false when the server did not answer in time.
+  bool readLive(LiveWants wants, X11LiveFacts& live, X11Connection::Clock::time_point deadline);
+  // The titles of some windows; those that are gone have none. Nothing when the server did not
+  // answer in time.
+  std::optional<std::unordered_map<xcb_window_t, std::string>> readTitles(
+      const std::unordered_set<xcb_window_t>& windows, X11Connection::Clock::time_point deadline);
+
+  // From events: the window is gone, has another parent.
+  void onDestroyed(xcb_window_t window);
+  void onReparented(xcb_window_t window);
+
+ private:
+  // What outlives a read.
+  struct Known {
+    // The child of the root that holds the window: its frame, or itself. XCB_WINDOW_NONE when it
+    // can't be found; absent before anybody looked.
+    std::optional<xcb_window_t> top;
+    bool isRead = false;
+  };
+  struct LiveQuestions;
+  struct Overview;
+  struct OverviewQuestions;
+  struct WindowQuestions;
+  struct Stranger;
+  struct GrandparentQuestion;
+
+  LiveQuestions askLive(LiveWants wants);
+  void takeLive(const LiveQuestions& questions, X11LiveFacts& live);
+  OverviewQuestions askOverview();
+  Overview takeOverview(const OverviewQuestions& questions);
+  std::unordered_map<uint32_t, int32_t> takePids(const OverviewQuestions& questions);
+  std::vector<Rect> takeMonitors(const OverviewQuestions& questions);
+
+  void listenTo(xcb_window_t window);
+  WindowQuestions askWindow(xcb_window_t window, bool isManaged, const Overview& overview);
+  std::optional<X11SeenWindow> takeWindow(const WindowQuestions& questions,
+                                          const Overview& overview);
+  // The tops of windows seen for the first time, in two steps: most frames are the parent of their
+  // client, some the parent's parent.
+  std::vector<GrandparentQuestion> takeParents(std::vector<WindowQuestions>& managed,
+                                               const Overview& overview);
+  void takeGrandparents(const std::vector<GrandparentQuestion>& questions,
+                        const Overview& overview);
+  int32_t takePid(const WindowQuestions& questions, const Overview& overview);
+  int layerOf(std::span<const uint32_t> types) const;
+  std::vector<Stranger> askStrangers(const Overview& overview);
+  std::vector<xcb_window_t> takeOverrides(const std::vector<Stranger>& strangers,
+                                          const Overview& overview);
+  std::unordered_set<xcb_window_t> frames() const;
+  std::vector<X11SeenWindow> stacked(std::vector<X11SeenWindow> managed,
+                                     std::vector<X11SeenWindow> unmanaged,
+                                     const Overview& overview) const;
+  void forgetUnread();
+
+  X11Connection& connection_;
+  std::unordered_map<xcb_window_t, Known> known_;
+  std::unordered_set<xcb_window_t> listened_;
+};
+
+}  // namespace velmora
