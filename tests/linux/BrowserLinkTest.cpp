@@ -17,6 +17,37 @@ constexpr const char* kWall = "http://127.0.0.1:52700/?r=focus";
 const Rect kLeft{0, 20, 800, 600};
 const Rect kRight{800, 20, 700, 600};
 
+// Shows one window, then the page that it is sent to. The result is 0 when all went well.
+int playHost(const std::string& path) {
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) return 1;
+  const auto say = [fd](const std::string& json) {
+    const auto bytes = FakeHost::frame(json);
+    return write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+  };
+  const ToldWindow window{.id = 1, .bounds = kLeft, .tab = 5, .address = "https://a/"};
+  const json::Value::Object list{{"type", "windows"},
+                                 {"windows", json::Value::Array{window.value()}}};
+  if (!say(json::dump(list))) return 2;
+  LinkFrames frames;
+  char bytes[512];
+  for (ssize_t size = 0; (size = read(fd, bytes, sizeof bytes)) > 0;) {
+    frames.append({bytes, static_cast<size_t>(size)});
+    while (const auto text = frames.next()) {
+      const auto order = json::parse(*text).value_or(json::Value());
+      const auto* to = order.find("address");
+      if (!to) continue;
+      const json::Value::Object news{
+          {"type", "tab"}, {"windowId", 1}, {"tabId", 5}, {"address", *to}};
+      return say(json::dump(news)) ? 0 : 3;
+    }
+  }
+  return 4;
+}
+
 struct BrowserLinkTest : testing::Test, sim::LinkBench {
   FakeHost chromium(const std::vector<ToldWindow>& windows, int32_t pid = 100) {
     return introduced(pid, kChromium, windows);
@@ -286,6 +317,18 @@ TEST_F(BrowserLinkTest, TheModelIsKeptWhileNobodyWatches) {
   EXPECT_EQ(addresses(readNow()), std::vector<std::string>{"https://b/"});
 }
 
+TEST_F(BrowserLinkTest, NewsThatIsUnderWayDiesWithItsWatch) {
+  auto one = chromium({{.id = 1, .tab = 5}});
+  auto two = firefox({{.id = 1, .tab = 5}}, 200);
+  link->watch({kChromium.bundleID, kFirefox.bundleID}, [this](const std::string& id) {
+    heard.push_back(id);
+    watch();
+  });
+  one.sayTab(1, 5, "https://b/");
+  two.sayTab(1, 5, "https://b/");
+  EXPECT_EQ(changes(), 1u);
+}
+
 TEST_F(BrowserLinkTest, SurvivesMalformedMessages) {
   x.add(100, kLeft);
   auto host = chromium({{.id = 1, .bounds = kLeft, .tab = 5, .address = "https://a/"}});
@@ -397,6 +440,41 @@ TEST_F(BrowserLinkTest, NothingIsCalledAfterItsEnd) {
   EXPECT_TRUE(reports.empty());
   EXPECT_TRUE(heard.empty());
   EXPECT_TRUE(host.isDropped());
+}
+
+// The child of this process plays the host, so that this process is its browser.
+TEST(BrowserLinkOverASocket, KnowsTheBrowserByItsHostsParent) {
+  const TempFolder folder;
+  EventLoop loop;
+  SocketListeners listeners(folder.path(), {SocketLane(loop)});
+  sim::FakeXWindows x;
+  x.add(getpid(), kLeft);
+  sim::FakeLog log;
+  BrowserLink link(loop, x, log, {parentProcess, [](int32_t pid) {
+                                    return pid == getpid() ? kChromium.bundleID : "";
+                                  }});
+  std::string error;
+  ASSERT_TRUE(link.listen(listeners, error)) << error;
+
+  const pid_t child = fork();
+  if (child == 0) _exit(playHost(listeners.path("browser")));
+  std::vector<std::string> addresses;
+  const auto read = [&] {
+    link.read({{kChromium}, std::nullopt}, [&](TabReport report) {
+      for (const auto& tab : report[kChromium.bundleID]) {
+        addresses.push_back(tab.address);
+        if (tab.address == kWall) return loop.quit();
+        link.send(kChromium, tab, kWall);
+      }
+    });
+  };
+  link.watch({kChromium.bundleID}, [&](const std::string&) { read(); });
+  const auto patience = loop.after(Seconds(5), [&] { loop.quit(); });
+  loop.run();
+  EXPECT_EQ(addresses, (std::vector<std::string>{"https://a/", kWall}));
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace
