@@ -15,9 +15,13 @@ using Environment = CommandTable::Environment;
 constexpr const char* kHardRefusal =
     "HARDCORE — STAY FOCUSED: the emergency pass is the only way out (velmora pass)";
 
-CommandResult hardRefusal() { return CommandResult::refused(kHardRefusal); }
+CommandResult hardRefusal() {
+  return CommandResult::refused(kHardRefusal);
+}
 
-std::string line(std::string text) { return text + "\n"; }
+std::string line(std::string text) {
+  return text + "\n";
+}
 
 std::string joined(const Arguments& words, size_t from = 0) {
   std::string out;
@@ -39,7 +43,9 @@ std::optional<std::string> takeOption(Arguments& arguments, std::string_view opt
   return value;
 }
 
-std::string jsonLine(const json::Value& value) { return line(json::dump(value)); }
+std::string jsonLine(const json::Value& value) {
+  return line(json::dump(value));
+}
 
 // --- status --------------------------------------------------------------------------------------
 
@@ -47,10 +53,9 @@ CommandResult status(const Environment& e, Arguments arguments) {
   if (takeFlag(arguments, "--json")) return CommandResult::done(jsonLine(e.state.status()));
   const TimerService& t = e.app.timer;
   std::string out;
-  if (t.isScheduledSessionActive.get())
-    out += line("Mission: " + t.scheduledMissionName.get());
-  const char* state = t.isRunning.get()          ? "running"
-                      : t.isSessionActive.get()  ? "active"
+  if (t.isScheduledSessionActive.get()) out += line("Mission: " + t.scheduledMissionName.get());
+  const char* state = t.isRunning.get()               ? "running"
+                      : t.isSessionActive.get()       ? "active"
                       : e.app.screens.isGateShowing() ? "waiting at the gate"
                                                       : "stopped";
   out += line(std::string(label(t.currentSessionType.get())) + " · " + t.timeString() + " · " +
@@ -82,8 +87,10 @@ CommandResult atGate(const Environment& e) {
   std::string names;
   for (const auto& preset : e.app.presets.presets.get())
     names += (names.empty() ? "" : ", ") + preset.name;
-  return CommandResult::refused("Brak mode asks for your focus first: velmora focus PRESET "
-                                "[--task TEXT] (presets: " + names + ")");
+  return CommandResult::refused(
+      "Brak mode asks for your focus first: velmora focus PRESET "
+      "[--task TEXT] (presets: " +
+      names + ")");
 }
 
 CommandResult start(const Environment& e, const Arguments&) {
@@ -275,8 +282,8 @@ CommandResult setSetting(const Environment& e, const std::string& key, const std
 
 CommandResult settings(const Environment& e, const Arguments& arguments) {
   if (arguments.empty() || arguments[0] == "get")
-    return getSettings(e, arguments.empty() ? arguments
-                                            : Arguments(arguments.begin() + 1, arguments.end()));
+    return getSettings(
+        e, arguments.empty() ? arguments : Arguments(arguments.begin() + 1, arguments.end()));
   if (arguments[0] == "set" && arguments.size() == 3)
     return setSetting(e, arguments[1], arguments[2]);
   if (arguments[0] == "--json") return getSettings(e, arguments);
@@ -320,7 +327,8 @@ CommandResult sites(const Environment& e, Arguments arguments) {
     return CommandResult::done(out);
   }
   if (arguments.size() < 2 || (verb != "add" && verb != "remove" && verb != "on" && verb != "off"))
-    return CommandResult::misused("sites list [--json] | sites quick | sites add|remove|on|off SITE...");
+    return CommandResult::misused(
+        "sites list [--json] | sites quick | sites add|remove|on|off SITE...");
   if ((verb == "remove" || verb == "off") && e.app.lifecycle.isLocked()) return hardRefusal();
   for (size_t i = 1; i < arguments.size(); ++i) {
     const std::string clean = cleanDomain(arguments[i]);
@@ -331,8 +339,8 @@ CommandResult sites(const Environment& e, Arguments arguments) {
       continue;
     }
     const auto& all = lists.blockedSites.get();
-    const auto site = std::ranges::find_if(
-        all, [&](const BlockedSite& s) { return s.cleanDomain() == clean; });
+    const auto site =
+        std::ranges::find_if(all, [&](const BlockedSite& s) { return s.cleanDomain() == clean; });
     if (site == all.end()) return CommandResult::refused(clean + " is not on the list");
     if (verb == "remove")
       lists.removeSite(BlockedSite(*site));
@@ -353,7 +361,8 @@ CommandResult apps(const Environment& e, Arguments arguments) {
     }));
   }
   if (arguments.size() < 2 || (verb != "add" && verb != "remove" && verb != "on" && verb != "off"))
-    return CommandResult::misused("apps list [--json] | apps add ID [NAME] | apps remove|on|off ID");
+    return CommandResult::misused(
+        "apps list [--json] | apps add ID [NAME] | apps remove|on|off ID");
   if ((verb == "remove" || verb == "off") && e.app.lifecycle.isLocked()) return hardRefusal();
   const std::string id = e.catalog.canonicalID(text::trim(arguments[1]));
   if (id.empty()) return CommandResult::refused("An application has a name");
@@ -437,9 +446,9 @@ CommandResult presets(const Environment& e, Arguments arguments) {
     for (const auto& preset : all) out += line(describe(preset));
     return CommandResult::done(out);
   }
-  static constexpr std::string_view kVerbs[] = {
-      "remove", "duplicate", "rename", "note", "move", "allow-site", "disallow-site", "allow-app",
-      "disallow-app"};
+  static constexpr std::string_view kVerbs[] = {"remove",        "duplicate", "rename",
+                                                "note",          "move",      "allow-site",
+                                                "disallow-site", "allow-app", "disallow-app"};
   if (verb == "add" && arguments.size() >= 2) {
     const std::string name = joined(arguments, 1);
     if (text::trim(name).empty()) return CommandResult::refused("A preset has a name");
@@ -464,8 +473,8 @@ CommandResult focus(const Environment& e, Arguments arguments) {
     return CommandResult::refused("A session is running: its focus was chosen when it began");
   e.app.screens.confirmFocusSelection(FocusPreset(*preset), task);
   const auto& context = e.app.presets.activeContext.get();
-  return CommandResult::done(line("Running · " + t.timeString() + " · " +
-                                  (context ? context->taskName : name)));
+  return CommandResult::done(
+      line("Running · " + t.timeString() + " · " + (context ? context->taskName : name)));
 }
 
 CommandResult modules(const Environment& e, Arguments arguments) {
@@ -529,39 +538,38 @@ CommandResult quit(const Environment& e, const Arguments&) {
 
 }  // namespace
 
-CommandTable::CommandTable(Environment environment)
-    : environment_(std::move(environment)),
-      commands_{
-          {"status", "[--json]", "The session, what is enforced, browsers and the wall", status},
-          {"state", "", "The whole state document, as JSON", state},
-          {"start", "", "Start or resume the clock", start},
-          {"pause", "", "Pause the clock; blocking lifts", pause},
-          {"reset", "", "Back to a clean focus session", reset},
-          {"skip", "", "Finish the current phase now", skip},
-          {"switch", "focus|shortBreak|longBreak", "Change the phase while stopped", switchType},
-          {"focus", "PRESET [--task TEXT]", "Choose a preset and start", focus},
-          {"pass", "", "Emergency pass: cancel current session (1 per week)", pass},
-          {"stopwatch", "[start|pause|toggle|reset]", "The stopwatch", stopwatch},
-          {"countdown", "[start|pause|toggle|reset|set TIME]", "The countdown", countdown},
-          {"screen", "pomodoro|stopwatch|countdown", "Which clock the timer shows", screen},
-          {"mode", "[brak|soft]", "Allow only a preset's tools, or block only the lists", mode},
-          {"settings", "get [KEY] | set KEY VALUE", "The timer's settings", settings},
-          {"sites", "list | quick | add|remove|on|off SITE...", "Sites that a session blocks",
-           sites},
-          {"apps", "list | add ID [NAME] | remove|on|off ID", "Applications that a session closes",
-           apps},
-          {"presets", "list | add NAME | ...", "Sets of tools for Brak mode", presets},
-          {"modules", "[list] | on|off NAME", "What is on beyond the timer", modules},
-          {"doctor", "[--json]", "What works on this desktop, and what to do about the rest",
-           doctor},
-          {"quit", "", "End the program; refused during a hard session", quit},
-      } {}
+const std::vector<CommandTable::Command>& CommandTable::commands() {
+  static const std::vector<Command> kCommands{
+      {"status", "[--json]", "The session, what is enforced, browsers and the wall", status},
+      {"state", "", "The whole state document, as JSON", state},
+      {"start", "", "Start or resume the clock", start},
+      {"pause", "", "Pause the clock; blocking lifts", pause},
+      {"reset", "", "Back to a clean focus session", reset},
+      {"skip", "", "Finish the current phase now", skip},
+      {"switch", "focus|shortBreak|longBreak", "Change the phase while stopped", switchType},
+      {"focus", "PRESET [--task TEXT]", "Choose a preset and start", focus},
+      {"pass", "", "Emergency pass: cancel current session (1 per week)", pass},
+      {"stopwatch", "[start|pause|toggle|reset]", "The stopwatch", stopwatch},
+      {"countdown", "[start|pause|toggle|reset|set TIME]", "The countdown", countdown},
+      {"screen", "pomodoro|stopwatch|countdown", "Which clock the timer shows", screen},
+      {"mode", "[brak|soft]", "Allow only a preset's tools, or block only the lists", mode},
+      {"settings", "get [KEY] | set KEY VALUE", "The timer's settings", settings},
+      {"sites", "list | quick | add|remove|on|off SITE...", "Sites that a session blocks", sites},
+      {"apps", "list | add ID [NAME] | remove|on|off ID", "Applications that a session closes",
+       apps},
+      {"presets", "list | add NAME | ...", "Sets of tools for Brak mode", presets},
+      {"modules", "[list] | on|off NAME", "What is on beyond the timer", modules},
+      {"doctor", "[--json]", "What works on this desktop, and what to do about the rest", doctor},
+      {"quit", "", "End the program; refused during a hard session", quit},
+  };
+  return kCommands;
+}
 
 CommandResult CommandTable::run(std::string_view name, const Arguments& arguments) const {
   for (const auto& argument : arguments)
     if (!text::isValidUtf8(argument) || argument.find('\0') != std::string::npos)
       return CommandResult::misused("an argument is not text");
-  for (const auto& command : commands_)
+  for (const auto& command : commands())
     if (command.name == name) return command.run(environment_, arguments);
   return CommandResult::misused("no command “" + std::string(name) + "” (velmora help)");
 }

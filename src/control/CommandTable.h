@@ -45,15 +45,14 @@ class CommandTable {
     std::function<CommandResult(const Environment&, const Arguments&)> run;
   };
 
-  explicit CommandTable(Environment environment);
+  explicit CommandTable(Environment environment) : environment_(std::move(environment)) {}
 
-  const std::vector<Command>& commands() const { return commands_; }
+  static const std::vector<Command>& commands();
   // An unknown name and arguments that are not UTF-8 are wrong usage.
   CommandResult run(std::string_view name, const Arguments& arguments) const;
 
  private:
   Environment environment_;
-  std::vector<Command> commands_;
 };
 
 }  // namespace velmora

@@ -14,15 +14,13 @@ const std::vector<Setting>& settingsTable() {
        &S::sessionsBeforeLongBreak, nullptr, 2, 8},
       {"focusSessionLimit", "Stop after so many focus sessions; 0: until you stop it",
        &S::focusSessionLimit, nullptr, 0, 16},
-      {"isBrakModeEnabled", "Strict focus with allowlist and gate", nullptr,
-       &S::isBrakModeEnabled},
+      {"isBrakModeEnabled", "Strict focus with allowlist and gate", nullptr, &S::isBrakModeEnabled},
       {"isSoftBlocklistEnabled", "Soft mode: the block list instead of the allowlist", nullptr,
        &S::isSoftBlocklistEnabled},
       {"showFloatingProgress", "Show the movable mini timer during focus and breaks", nullptr,
        &S::showFloatingProgress, 0, 0, false},
       {"autoStart", "Automatically begin the next session", nullptr, &S::autoStart, 0, 0, false},
-      {"soundEnabled", "Play sounds on session completion", nullptr, &S::soundEnabled, 0, 0,
-       false},
+      {"soundEnabled", "Play sounds on session completion", nullptr, &S::soundEnabled, 0, 0, false},
       {"isHardcore", "No pause, no restart, no skip", nullptr, &S::isHardcore},
   };
   return kTable;
@@ -53,7 +51,7 @@ std::string Setting::assign(PomodoroSettings& settings, std::string_view text) c
   if (!value || *value < lowest || *value > highest)
     return std::string(key) + " goes from " + std::to_string(lowest) + " to " +
            std::to_string(highest);
-  settings.*number = static_cast<int>(*value);
+  settings.*number = *value;
   return {};
 }
 

@@ -99,17 +99,16 @@ Value StateDocument::enforcement() const {
 
 Value StateDocument::browsers() const {
   Value::Array out;
-  for (const auto& browser : links_.linked().get()) {
+  for (const auto& browser : links_.linked()) {
     const auto& known = catalog_.browsers();
     const auto row = std::ranges::find(known, browser.bundleID, &Browser::bundleID);
     Value::Array tabs;
-    for (const auto& tab : browser.tabs)
-      tabs.push_back(Object{{"window", tab.windowID},
-                            {"address", tab.address},
-                            {"private", tab.isPrivate},
-                            {"minimised", tab.isMinimised}});
+    for (const auto& page : browser.pages)
+      tabs.push_back(Object{
+          {"address", page.address}, {"title", page.title}, {"private", page.isPrivate}});
     out.push_back(Object{{"id", browser.bundleID},
                          {"name", row == known.end() ? browser.bundleID : row->name},
+                         {"kind", browser.kind},
                          {"version", browser.version},
                          {"extension", browser.extensionVersion},
                          {"privateAllowed", browser.privateAllowed},
@@ -119,7 +118,9 @@ Value StateDocument::browsers() const {
   return out;
 }
 
-Value StateDocument::settings(const PomodoroSettings& settings) { return json::encode(settings); }
+Value StateDocument::settings(const PomodoroSettings& settings) {
+  return json::encode(settings);
+}
 
 Value StateDocument::whole() const {
   Object out = *status().asObject();
@@ -146,7 +147,7 @@ std::vector<Subscription> StateDocument::observe(std::function<void()> changed) 
      t.isChronoCountdownMode, t.countdownDuration, t.countdownRemaining, t.countdownRunning,
      app_.lists.blockedApps, app_.lists.blockedSites, app_.presets.presets,
      app_.presets.activeContext, app_.modules.enabledModules, app_.screens.gateReason,
-     app_.blockPage.state(), app_.engine.redirects(), links_.linked());
+     app_.blockPage.state(), app_.engine.redirects(), links_.linkedRevision());
   return out;
 }
 

@@ -1,0 +1,166 @@
+#include "shell/LocalCommands.h"
+
+#include <filesystem>
+
+#include "base/Json.h"
+#include "base/Text.h"
+#include "platform/linux/BrowserInstallations.h"
+#include "platform/linux/Paths.h"
+#include "platform/linux/SqlitePreferences.h"
+#include "platform/linux/SystemLog.h"
+
+namespace velmora::local {
+namespace {
+
+using Kind = BrowserInstallation::Kind;
+using Packaging = BrowserInstallation::Packaging;
+
+// The value as scripts need it: bare scalars, a record's JSON as it is, lists and dictionaries as
+// JSON.
+std::string plainText(const PreferenceValue& value);
+
+json::Value jsonOf(const PreferenceValue& value) {
+  return std::visit(
+      [](const auto& v) -> json::Value {
+        using T = std::decay_t<decltype(v)>;
+        if constexpr (std::is_same_v<T, PreferenceValue::Bytes>) {
+          const std::string text(v.begin(), v.end());
+          if (auto record = json::parse(text)) return *record;
+          return json::Value::Object{{"bytes", static_cast<int64_t>(v.size())}};
+        } else if constexpr (std::is_same_v<T, PreferenceValue::TextList>) {
+          return json::encode(v);
+        } else if constexpr (std::is_same_v<T, PreferenceValue::Dictionary>) {
+          json::Value::Object out;
+          for (const auto& [key, member] : v) out.emplace_back(key, jsonOf(member));
+          return out;
+        } else {
+          return v;
+        }
+      },
+      value.data);
+}
+
+std::string plainText(const PreferenceValue& value) {
+  if (const auto* b = std::get_if<bool>(&value.data)) return *b ? "1" : "0";
+  if (const auto* s = std::get_if<std::string>(&value.data)) return *s;
+  if (const auto* b = std::get_if<PreferenceValue::Bytes>(&value.data))
+    return std::string(b->begin(), b->end());
+  return json::dump(jsonOf(value));
+}
+
+const char* typeName(const PreferenceValue& value) {
+  static constexpr const char* kNames[] = {"bool",  "integer", "double",    "text",
+                                           "bytes", "list",    "dictionary"};
+  return kNames[value.data.index()];
+}
+
+void adviseChromium(std::string& out, const std::string& extension) {
+  out +=
+      "    Open chrome://extensions, switch on “Developer mode”, choose “Load unpacked” and\n"
+      "    pick " +
+      extension +
+      "\n"
+      "    For private windows: the extension's “Details”, “Allow in Incognito”.\n";
+}
+
+void adviseFirefox(std::string& out, const std::string& package) {
+  out +=
+      "    Firefox ESR: in about:config set xpinstall.signatures.required to false, then open\n"
+      "    " +
+      package +
+      "\n"
+      "    Other Firefox builds accept only signed add-ons: about:debugging, “This Firefox”,\n"
+      "    “Load Temporary Add-on” with the same file, at every start of the browser.\n"
+      "    For private windows: about:addons, Velmora, “Run in Private Windows”.\n";
+}
+
+}  // namespace
+
+std::string programFolder() {
+  std::error_code error;
+  return std::filesystem::read_symlink("/proc/self/exe", error).parent_path().string();
+}
+
+std::string shareFolder() {
+  return std::filesystem::path(programFolder()).parent_path().string() + "/share/velmora";
+}
+
+CommandResult prefs(const std::vector<std::string>& arguments) {
+  const bool reads = arguments.size() == 2 && arguments[0] == "read";
+  const bool dumps = !arguments.empty() && arguments[0] == "dump" &&
+                     (arguments.size() == 1 || (arguments.size() == 2 && arguments[1] == "--json"));
+  if (!reads && !dumps) return CommandResult::misused("prefs read KEY | prefs dump [--json]");
+  std::string error;
+  const auto folder = paths::dataFolder(error);
+  if (!folder) return CommandResult::refused(error);
+  SystemLog log;
+  const auto store = SqlitePreferences::readOnly(*folder + "/preferences.sqlite3", log);
+  if (!store) return CommandResult::refused("There are no preferences yet");
+  if (reads) {
+    const auto value = store->read(arguments[1]);
+    if (!value) return CommandResult::refused(arguments[1] + " is not set");
+    return CommandResult::done(plainText(*value) + "\n");
+  }
+  json::Value::Object all;
+  std::string lines;
+  for (const auto& [key, value] : store->all()) {
+    all.emplace_back(key, json::Value::Object{{"type", typeName(value)}, {"value", jsonOf(value)}});
+    lines += key + " (" + typeName(value) + ") " + plainText(value) + "\n";
+  }
+  return CommandResult::done(arguments.size() == 2 ? json::dump(all) + "\n" : lines);
+}
+
+CommandResult installBrowserLink(const std::vector<std::string>& arguments) {
+  if (!arguments.empty()) return CommandResult::misused("install-browser-link");
+  const std::string host = programFolder() + "/velmora-browser-host";
+  const BrowserInstallations browsers(BrowserInstallations::Environment::current(), host);
+  std::string out;
+  bool failed = false;
+  const auto found = browsers.find();
+  if (found.empty()) return CommandResult::refused("No browser that can be linked was found");
+  for (const auto& browser : found) {
+    std::string error;
+    if (browser.packaging == Packaging::flatpak ||
+        (browser.packaging == Packaging::snap && browser.kind == Kind::chromium)) {
+      out += "! " + browser.name + " (" +
+             (browser.packaging == Packaging::snap ? "snap" : "flatpak") +
+             "): its sandbox cannot start Velmora's link. Install the browser as an ordinary "
+             "package to have its tabs blocked.\n";
+      continue;
+    }
+    if (!browsers.link(browser, error)) {
+      failed = true;
+      out += "✗ " + browser.name + ": " + error + "\n";
+      continue;
+    }
+    out += "✓ " + browser.name + ": " + browser.manifestPath() + "\n";
+    if (browser.packaging == Packaging::snap)
+      out += "    This is a snap: Firefox asks once whether Velmora may be started; say yes.\n";
+    if (browser.kind == Kind::chromium)
+      adviseChromium(out, shareFolder() + "/extension");
+    else
+      adviseFirefox(out, shareFolder() + "/velmora-browser-link.xpi");
+  }
+  return {failed ? 1 : 0, out, failed ? "some browsers could not be linked" : ""};
+}
+
+std::string help() {
+  std::string out =
+      "velmora                     start Velmora in this terminal\n"
+      "velmora COMMAND ...         tell the running Velmora what to do\n\n";
+  const auto row = [&out](std::string_view name, std::string_view usage, std::string_view text) {
+    std::string left = "  " + std::string(name) + " " + std::string(usage);
+    if (left.size() < 46) left.resize(46, ' ');
+    out += left + " " + std::string(text) + "\n";
+  };
+  for (const auto& command : CommandTable::commands())
+    row(command.name, command.usage, command.help);
+  row("watch", "", "Print every change of the state, as JSON lines");
+  row("prefs", "read KEY | dump [--json]", "The stored values");
+  row("install-browser-link", "", "Let the browsers on this machine reach Velmora");
+  row("--version", "", "The version");
+  out += "\nExit codes: 0 done, 1 refused or failed, 2 wrong usage.\n";
+  return out;
+}
+
+}  // namespace velmora::local

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "control/CommandTable.h"
+
+namespace velmora {
+
+// Commands that work whether or not the program runs, since they touch only files.
+namespace local {
+
+// prefs read KEY | prefs dump [--json]
+CommandResult prefs(const std::vector<std::string>& arguments);
+// Lets every browser that is found reach our native messaging host.
+CommandResult installBrowserLink(const std::vector<std::string>& arguments);
+std::string help();
+
+// Where this program's own files are: the folder of the executables, and of what they share.
+std::string programFolder();
+std::string shareFolder();
+
+}  // namespace local
+}  // namespace velmora
