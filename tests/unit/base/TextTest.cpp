@@ -1,0 +1,60 @@
+#include "base/Text.h"
+
+namespace velmora::text {
+namespace {
+
+TEST(Text, TrimTakesEveryWhiteSpaceAtBothEnds) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", ""},
+      {" \t\r\n", ""},
+      {"\n a b \v\f", "a b"},
+      {"\u00a0a\u2003", "a"},
+      {"\u200ba\u3000\u2028", "a"},
+      {"\u0085ż\u0085", "ż"},
+      {"\xff a \xfe", "\xff a \xfe"},  // odd bytes are no space, and end nothing
+      {" \xc3", "\xc3"},
+  };
+  for (const auto& [text, trimmed] : cases) EXPECT_EQ(trim(text), trimmed);
+}
+
+TEST(Text, CaseFollowsUnicodeWithoutALanguage) {
+  EXPECT_EQ(lowercased("ŻÓŁW I"), "żółw i");
+  EXPECT_EQ(uppercased("żółw straße i"), "ŻÓŁW STRASSE I");
+  EXPECT_EQ(lowercased("ΟΔΟΣ"), "οδος");
+  EXPECT_EQ(lowercased(""), "");
+  EXPECT_EQ(lowercased("A\xff"), "A\xff");  // not UTF-8: unchanged
+  EXPECT_EQ(lowercased(std::string_view("A\0B", 3)), std::string_view("a\0b", 3));
+}
+
+TEST(Text, ReplacingLooksAtTheOriginalOnly) {
+  EXPECT_EQ(replacingAll("aaa", "aa", "b"), "ba");
+  EXPECT_EQ(replacingAll("wwwwww..", "www.", ""), "www.");
+  EXPECT_EQ(replacingAll("a.b.", ".", ""), "ab");
+  EXPECT_EQ(replacingAll("ab", "", "x"), "ab");
+  EXPECT_EQ(replacingAll("", "a", "b"), "");
+}
+
+TEST(Text, SplitKeepsEmptyPieces) {
+  using Pieces = std::vector<std::string_view>;
+  EXPECT_EQ(split("", ':'), Pieces{""});
+  EXPECT_EQ(split(":", ':'), (Pieces{"", ""}));
+  EXPECT_EQ(split("7:30", ':'), (Pieces{"7", "30"}));
+  EXPECT_EQ(split("a::b", ':'), (Pieces{"a", "", "b"}));
+}
+
+TEST(Text, DigitsAreDecimalDigitsAndNothingElse) {
+  EXPECT_EQ(digits("0"), 0);
+  EXPECT_EQ(digits("007"), 7);
+  EXPECT_EQ(digits("9223372036854775807"), INT64_MAX);
+  for (const char* bad : {"", " 1", "1 ", "+1", "-1", "1.0", "0x1", "٣", "9223372036854775808"})
+    EXPECT_FALSE(digits(bad)) << bad;
+}
+
+TEST(Text, Utf8IsCheckedStrictly) {
+  for (const char* good : {"", "a", "żółw", "🙂"}) EXPECT_TRUE(isValidUtf8(good)) << good;
+  for (const char* bad : {"\xff", "\xc3", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80"})
+    EXPECT_FALSE(isValidUtf8(bad));
+}
+
+}  // namespace
+}  // namespace velmora::text
