@@ -1,9 +1,13 @@
 #include "platform/linux/ThemeSounds.h"
 
 #include <sys/epoll.h>
-#include <sys/pidfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+// This header forgets to say that it is C in the library's releases before 2.37.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 #include <csignal>
 #include <memory>
