@@ -11,11 +11,15 @@
 namespace velmora::text {
 namespace {
 
-const uint8_t* bytes(std::string_view text) { return reinterpret_cast<const uint8_t*>(text.data()); }
+const uint8_t* bytes(std::string_view text) {
+  return reinterpret_cast<const uint8_t*>(text.data());
+}
 
 // U+0085 and the separators count as white space too; U+200B is no space but is trimmed by the
 // records' other readers, so that a pasted invisible character does not make a second site.
-bool isSpace(ucs4_t c) { return uc_is_property_white_space(c) || c == 0x200B; }
+bool isSpace(ucs4_t c) {
+  return uc_is_property_white_space(c) || c == 0x200B;
+}
 
 using CaseMapping = uint8_t* (*)(const uint8_t*, size_t, const char*, uninorm_t, uint8_t*, size_t*);
 
@@ -48,8 +52,12 @@ std::string_view trim(std::string_view text) {
   return text;
 }
 
-std::string lowercased(std::string_view text) { return mapped(text, u8_tolower); }
-std::string uppercased(std::string_view text) { return mapped(text, u8_toupper); }
+std::string lowercased(std::string_view text) {
+  return mapped(text, u8_tolower);
+}
+std::string uppercased(std::string_view text) {
+  return mapped(text, u8_toupper);
+}
 
 std::string replacingAll(std::string_view text, std::string_view what, std::string_view with) {
   std::string out;
