@@ -1,0 +1,247 @@
+#include "core/StoredSettings.h"
+#include "support/ControlDevice.h"
+
+namespace velmora {
+namespace {
+
+using sim::ControlDevice;
+using sim::World;
+using Words = std::vector<std::string>;
+
+struct CommandTableTest : testing::Test {
+  World world;
+  ControlDevice d{world};
+  TimerService& timer() { return d.app->timer; }
+  void softHardcore() {
+    EXPECT_EQ(d.status("mode", {"soft"}), 0);
+    EXPECT_EQ(d.status("settings", {"set", "isHardcore", "true"}), 0);
+  }
+};
+
+TEST_F(CommandTableTest, StartStopsAtTheGateAndNamesTheWayOn) {
+  const auto result = d.tell("start");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.error.find("velmora focus PRESET"), std::string::npos) << result.error;
+  EXPECT_NE(result.error.find("Deep Work"), std::string::npos);
+  EXPECT_TRUE(d.app->screens.isGateShowing());
+
+  EXPECT_EQ(d.status("focus", {"deep", "work", "--task", "Write", "it"}), 0);
+  EXPECT_FALSE(d.app->screens.isGateShowing());
+  EXPECT_TRUE(timer().isRunning.get());
+  EXPECT_EQ(d.app->presets.activeContext.get()->taskName, "Write it");
+  EXPECT_EQ(d.status("focus", {"Writing"}), 1) << "a running focus keeps its choice";
+  EXPECT_EQ(d.app->presets.activeContext.get()->presetName, "Deep Work");
+}
+
+TEST_F(CommandTableTest, ClockCommandsGoThroughAPlainSession) {
+  d.tell("mode", {"soft"});
+  EXPECT_EQ(d.status("start"), 0);
+  EXPECT_EQ(d.status("switch", {"longBreak"}), 1) << "not while running";
+  EXPECT_EQ(d.status("pause"), 0);
+  EXPECT_FALSE(timer().isSessionActive.get());
+  EXPECT_EQ(d.status("switch", {"longBreak"}), 0);
+  EXPECT_EQ(timer().timeRemaining.get(), 900);
+  EXPECT_EQ(d.status("switch", {"nap"}), 2);
+  EXPECT_EQ(d.status("reset"), 0);
+  EXPECT_EQ(d.status("start"), 0);
+  EXPECT_EQ(d.status("skip"), 0);
+  EXPECT_EQ(timer().completedSessions.get(), 1);
+  EXPECT_EQ(timer().currentSessionType.get(), SessionType::shortBreak);
+}
+
+TEST_F(CommandTableTest, AHardSessionRefusesEveryWayOutButThePass) {
+  softHardcore();
+  d.tell("sites", {"add", "reddit.com"});
+  d.tell("apps", {"add", "steam"});
+  EXPECT_EQ(d.status("start"), 0);
+  const std::vector<std::pair<std::string, Words>> refused{
+      {"pause", {}},
+      {"reset", {}},
+      {"skip", {}},
+      {"switch", {"shortBreak"}},
+      {"quit", {}},
+      {"mode", {"brak"}},
+      {"sites", {"remove", "reddit.com"}},
+      {"sites", {"off", "reddit.com"}},
+      {"apps", {"remove", "steam"}},
+      {"apps", {"off", "steam"}},
+      {"stopwatch", {"pause"}},
+      {"stopwatch", {"reset"}},
+      {"settings", {"set", "isHardcore", "false"}},
+      {"settings", {"set", "isBrakModeEnabled", "true"}},
+      {"settings", {"set", "focusDuration", "1"}},
+      {"settings", {"set", "focusSessionLimit", "1"}}};
+  for (const auto& [name, arguments] : refused) {
+    const auto result = d.tell(name, arguments);
+    EXPECT_EQ(result.status, 1) << name;
+    EXPECT_FALSE(result.error.empty()) << name;
+    EXPECT_EQ(result.error.find('\n'), std::string::npos) << name;
+  }
+  EXPECT_TRUE(timer().isRunning.get());
+  EXPECT_FALSE(d.hasQuit);
+  EXPECT_EQ(d.status("sites", {"add", "x.com"}), 0) << "tightening is welcome";
+  EXPECT_EQ(d.status("settings", {"set", "soundEnabled", "off"}), 0);
+
+  EXPECT_EQ(d.status("pass"), 0);
+  EXPECT_FALSE(timer().isSessionActive.get());
+  EXPECT_EQ(d.status("quit"), 0);
+  EXPECT_TRUE(d.hasQuit);
+  d.tell("start");
+  EXPECT_EQ(d.tell("pass").error, "Emergency pass already used this week");
+}
+
+TEST_F(CommandTableTest, TheServiceItselfNeverRefusesForHardcore) {
+  softHardcore();
+  d.tell("start");
+  timer().pause();
+  EXPECT_FALSE(timer().isRunning.get());
+}
+
+TEST_F(CommandTableTest, SettingsKeepTheScreensRangesAndAreSaved) {
+  EXPECT_EQ(d.status("settings", {"set", "focusDuration", "120"}), 0);
+  EXPECT_EQ(loadPomodoroSettings(d.preferences).focusDuration, 120);
+  for (const auto* bad : {"0", "121", "-5", "ten", ""})
+    EXPECT_EQ(d.status("settings", {"set", "focusDuration", bad}), 1) << bad;
+  EXPECT_EQ(d.tell("settings", {"get", "focusDuration"}).output, "120\n");
+  EXPECT_EQ(d.status("settings", {"set", "longBreakDuration", "4"}), 1);
+  EXPECT_EQ(d.status("settings", {"set", "sessionsBeforeLongBreak", "1"}), 1);
+  EXPECT_EQ(d.status("settings", {"set", "autoStart", "perhaps"}), 1);
+  EXPECT_EQ(d.status("settings", {"set", "nothing", "1"}), 1);
+  EXPECT_EQ(d.status("settings", {"set"}), 2);
+  EXPECT_EQ(d.tell("settings", {"get", "uses24HourTime"}).output, "true\n");
+  EXPECT_EQ(d.status("settings", {"set", "uses24HourTime", "off"}), 0);
+  EXPECT_FALSE(uses24HourTime(d.preferences));
+}
+
+TEST_F(CommandTableTest, ListsTakeSitesAppsAndPresets) {
+  EXPECT_EQ(d.status("sites", {"add", "https://WWW.Reddit.com/r/all", "x.com"}), 0);
+  EXPECT_EQ(d.tell("sites").output, "https://WWW.Reddit.com/r/all\nx.com\n");
+  EXPECT_EQ(d.status("sites", {"off", "reddit.com"}), 0);
+  EXPECT_FALSE(d.app->lists.blockedSites.get()[0].isBlocked);
+  EXPECT_EQ(d.status("sites", {"remove", "reddit.com"}), 0);
+  EXPECT_EQ(d.status("sites", {"remove", "reddit.com"}), 1);
+  EXPECT_EQ(d.status("sites", {"add", "  "}), 1);
+  EXPECT_EQ(d.status("sites", {"bend", "x.com"}), 2);
+  EXPECT_EQ(d.status("sites", {"add", "\xff.com"}), 2) << "not text";
+
+  EXPECT_EQ(d.status("apps", {"add", "chromium", "My", "browser"}), 0);
+  EXPECT_EQ(d.app->lists.blockedApps.get()[0].bundleID, "org.chromium.Chromium");
+  EXPECT_EQ(d.app->lists.blockedApps.get()[0].name, "My browser");
+  EXPECT_EQ(d.status("apps", {"remove", "org.chromium.Chromium"}), 0);
+
+  EXPECT_EQ(d.status("presets", {"add", "Thesis"}), 0);
+  EXPECT_EQ(d.status("presets", {"allow-site", "thesis", "arxiv.org"}), 0);
+  EXPECT_EQ(d.status("presets", {"move", "Thesis", "Deep Work"}), 0);
+  EXPECT_EQ(d.app->presets.presets.get()[0].allowedDomains(), Words{"arxiv.org"});
+  EXPECT_EQ(d.status("presets", {"remove", "Nothing"}), 1);
+  EXPECT_EQ(d.status("presets", {"bend"}), 2);
+}
+
+TEST_F(CommandTableTest, ChronoClocksBringTheirScreen) {
+  EXPECT_EQ(d.status("stopwatch", {"start"}), 0);
+  EXPECT_TRUE(timer().isStopwatchMode.get() && timer().stopwatchRunning.get());
+  EXPECT_EQ(d.status("countdown", {"set", "1:30"}), 0);
+  EXPECT_EQ(timer().countdownRemaining.get(), 90);
+  EXPECT_EQ(d.status("countdown", {"set", "45"}), 0);
+  EXPECT_EQ(timer().countdownDuration.get(), 2700);
+  EXPECT_EQ(d.status("countdown", {"set", "0"}), 2);
+  EXPECT_EQ(d.status("countdown", {"start"}), 0);
+  EXPECT_TRUE(timer().isChronoCountdownMode.get() && timer().countdownRunning.get());
+  EXPECT_EQ(d.status("countdown", {"set", "5"}), 1) << "not while it runs";
+  EXPECT_EQ(d.status("screen", {"pomodoro"}), 0);
+  EXPECT_FALSE(timer().isStopwatchMode.get());
+}
+
+TEST_F(CommandTableTest, UnknownCommandsAreWrongUsage) {
+  EXPECT_EQ(d.status("dance"), 2);
+  EXPECT_EQ(d.status(""), 2);
+  for (const auto& command : CommandTable::commands())
+    EXPECT_NE(d.tell(command.name, {"\xff"}).status, 0) << command.name;
+}
+
+struct ControlServerTest : testing::Test {
+  World world;
+  ControlDevice d{world};
+  using ClientPointer = std::shared_ptr<sim::FakeListeners::Client>;
+  ClientPointer connect() { return d.listeners.connect("control"); }
+  std::string ask(const ClientPointer& client, std::string_view line) {
+    client->received.clear();
+    client->send(line);
+    world.settle();
+    return client->received;
+  }
+};
+
+TEST_F(ControlServerTest, AnswersLinesAndSurvivesNonsense) {
+  const auto client = connect();
+  EXPECT_EQ(ask(client, "{\"id\":7,\"command\":\"mode\"}\n"),
+            "{\"id\":7,\"status\":0,\"output\":\"brak\\n\",\"error\":\"\"}\n");
+  for (const auto* bad :
+       {"nonsense\n", "[]\n", "{}\n", "{\"command\":5}\n", "{\"command\":\"mode\",\"arguments\":1}\n",
+        "{\"command\":\"mode\",\"arguments\":[1]}\n", "\xff\n"})
+    EXPECT_NE(ask(client, bad).find("\"status\":2"), std::string::npos) << bad;
+  EXPECT_NE(ask(client, "{\"command\":\"mo").size(), 1u);
+  EXPECT_NE(ask(client, "de\"}\n").find("brak"), std::string::npos) << "a line in two pieces";
+  EXPECT_FALSE(client->isClosedByServer);
+}
+
+TEST_F(ControlServerTest, AnEndlessLineEndsItsOwnConnectionOnly) {
+  const auto greedy = connect();
+  const auto other = connect();
+  for (int i = 0; i < 3; ++i) ask(greedy, std::string(40 * 1024, 'x'));
+  EXPECT_TRUE(greedy->isClosedByServer);
+  EXPECT_NE(ask(other, "{\"command\":\"mode\"}\n").find("brak"), std::string::npos);
+  EXPECT_EQ(d.server.clients(), 1u);
+}
+
+TEST_F(ControlServerTest, ASubscriberHearsTheStateAndThenOnlyWhatChanged) {
+  const auto client = connect();
+  const std::string first = ask(client, "{\"id\":1,\"subscribe\":true}\n");
+  EXPECT_NE(first.find("{\"state\":{"), std::string::npos);
+  client->received.clear();
+  d.tell("sites", {"add", "x.com"});
+  world.settle();
+  const auto news = json::parse(client->received);
+  ASSERT_TRUE(news && news->find("changes"));
+  EXPECT_EQ(news->find("changes")->asObject()->size(), 1u) << client->received;
+  EXPECT_TRUE(news->find("changes")->find("sites"));
+
+  client->received.clear();
+  d.tell("modules", {"off", "sounds"});
+  d.tell("modules", {"on", "sounds"});
+  world.settle();
+  EXPECT_EQ(client->received, "") << "nothing has changed after all";
+}
+
+TEST_F(ControlServerTest, ASlowSubscriberSkipsWhatItMissedAndPilesNothingUp) {
+  const auto slow = connect();
+  ask(slow, "{\"subscribe\":true}\n");
+  slow->stall(true);
+  slow->received.clear();
+  d.tell("mode", {"soft"});
+  d.tell("start");
+  world.advance(Seconds(600));
+  const size_t whileStalled = slow->received.size();
+  EXPECT_LT(whileStalled, 4000u);
+  slow->stall(false);
+  world.settle();
+  const std::string last = slow->received.substr(whileStalled);
+  EXPECT_EQ(std::ranges::count(last, '\n'), 1);
+  EXPECT_NE(last.find("\"remaining\":900"), std::string::npos) << last;
+}
+
+TEST(MergePatch, TurnsOneDocumentIntoTheOther) {
+  const auto parse = [](const char* text) { return *json::parse(text); };
+  const auto patch = [&](const char* a, const char* b) {
+    const auto p = mergePatch(parse(a), parse(b));
+    return p ? json::dump(*p) : "";
+  };
+  EXPECT_EQ(patch(R"({"a":1,"b":{"c":[1],"d":2}})", R"({"a":1,"b":{"c":[1],"d":2}})"), "");
+  EXPECT_EQ(patch(R"({"a":1,"b":{"c":[1],"d":2}})", R"({"a":1,"b":{"c":[1,2],"d":2}})"),
+            R"({"b":{"c":[1,2]}})");
+  EXPECT_EQ(patch(R"({"a":1,"b":2})", R"({"b":2,"e":3})"), R"({"e":3,"a":null})");
+  EXPECT_EQ(patch(R"({"a":{"b":1}})", R"({"a":null})"), R"({"a":null})");
+}
+
+}  // namespace
+}  // namespace velmora
