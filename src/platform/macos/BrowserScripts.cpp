@@ -17,7 +17,9 @@ struct Dialect {
 constexpr Dialect kChromium{"minimized", "active tab", "(count of windows) > 0"};
 constexpr Dialect kSafari{"miniaturized", "current tab", "exists front window"};
 
-const Dialect& dialectOf(const Browser& browser) { return browser.isSafari ? kSafari : kChromium; }
+const Dialect& dialectOf(const Browser& browser) {
+  return browser.isSafari ? kSafari : kChromium;
+}
 
 using Lines = std::vector<std::string>;
 
@@ -34,7 +36,9 @@ void append(Lines& to, size_t depth, const Lines& lines) {
   for (const auto& line : lines) to.push_back(std::string(depth * 4, ' ') + line);
 }
 
-std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+std::string quoted(std::string_view text) {
+  return '"' + std::string(text) + '"';
+}
 
 Lines boundsLines(const Browser& browser) {
   if (!browser.reportsBounds) return {R"(set vmBox to "")"};
@@ -54,11 +58,12 @@ void appendReadBlock(Lines& to, const Browser& browser, size_t position) {
   append(to, 5, {"try"});
   append(to, 6, {"if not (" + std::string(dialect.minimised) + " of window i) then"});
   append(to, 7, boundsLines(browser));
-  append(to, 7, {"set vmURL to (URL of " + std::string(dialect.shownTab) + " of window i)",
-                 R"(if vmURL is missing value then set vmURL to "")",
-                 "set vmOut to vmOut & " + quoted(std::to_string(position)) +
-                     " & vmSep & ((id of window i) as text) & vmSep & i & vmSep & vmBox & vmSep & "
-                     "(vmURL as text) & vmNL"});
+  append(to, 7,
+         {"set vmURL to (URL of " + std::string(dialect.shownTab) + " of window i)",
+          R"(if vmURL is missing value then set vmURL to "")",
+          "set vmOut to vmOut & " + quoted(std::to_string(position)) +
+              " & vmSep & ((id of window i) as text) & vmSep & i & vmSep & vmBox & vmSep & "
+              "(vmURL as text) & vmNL"});
   append(to, 6, {"end if"});
   append(to, 5, {"end try"});
   append(to, 4, {"end repeat"});
@@ -115,12 +120,10 @@ std::string readScript(const std::vector<Browser>& browsers) {
 
 std::string frontWindowScript(const Browser& browser) {
   const Dialect& dialect = dialectOf(browser);
-  return joined({"tell application " + quoted(browser.name),
-                 "    try",
+  return joined({"tell application " + quoted(browser.name), "    try",
                  "        if " + std::string(dialect.hasFrontWindow) + " then return URL of " +
                      std::string(dialect.shownTab) + " of front window",
-                 "    end try",
-                 "end tell"});
+                 "    end try", "end tell"});
 }
 
 std::string sendScript(const WindowTab& tab, const Browser& browser, std::string_view address) {

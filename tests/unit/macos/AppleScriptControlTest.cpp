@@ -1,7 +1,6 @@
-#include "platform/macos/AppleScriptControl.h"
-
 #include <gtest/gtest.h>
 
+#include "platform/macos/AppleScriptControl.h"
 #include "platform/macos/BrowserScripts.h"
 #include "platform/sim/Fakes.h"
 #include "platform/sim/World.h"

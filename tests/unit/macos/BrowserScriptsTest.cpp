@@ -1,6 +1,6 @@
-#include "platform/macos/BrowserScripts.h"
-
 #include <gtest/gtest.h>
+
+#include "platform/macos/BrowserScripts.h"
 
 namespace velmora {
 namespace {
@@ -9,7 +9,9 @@ const Browser kBrave{"Brave Browser", "com.brave.Browser", false, true};
 const Browser kArc{"Arc", "company.thebrowser.Browser", false, false};
 const Browser kSafari{"Safari", "com.apple.Safari", true, true};
 
-WindowTab windowNamed(const std::string& id) { return {id, 1, std::nullopt, ""}; }
+WindowTab windowNamed(const std::string& id) {
+  return {id, 1, std::nullopt, ""};
+}
 
 TEST(ReadScript, AsksEachBrowserInItsOwnDialectAndOrder) {
   EXPECT_EQ(readScript({kArc, kSafari}), R"(set vmSep to character id 9
@@ -114,10 +116,10 @@ TEST(ParseTabs, KeepsTheOrderOfLinesForEachBrowser) {
       "\n"
       "1\t8\t3\t-10.5 0 10 20\t\n",
       {kArc, kBrave});
-  const TabReport expected{
-      {kArc.bundleID, {{"7", 1, std::nullopt, "https://a.example/"}}},
-      {kBrave.bundleID,
-       {{"9", 1, Rect{0, 25, 800, 600}, "https://b.example/"}, {"8", 3, Rect{-10.5, 0, 20.5, 20}, ""}}}};
+  const TabReport expected{{kArc.bundleID, {{"7", 1, std::nullopt, "https://a.example/"}}},
+                           {kBrave.bundleID,
+                            {{"9", 1, Rect{0, 25, 800, 600}, "https://b.example/"},
+                             {"8", 3, Rect{-10.5, 0, 20.5, 20}, ""}}}};
   EXPECT_EQ(report, expected);
 }
 
