@@ -4,8 +4,12 @@ import json
 import os
 import socket
 import struct
+import sys
 import threading
 import time
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support_py"))
+from browsers import eventually
 
 
 def pack(message):
@@ -28,14 +32,6 @@ def read_frame(read):
     """The next frame's text, or None at the end of the stream."""
     header = read_exactly(read, 4)
     return header and read_exactly(read, struct.unpack("=I", header)[0])
-
-
-def eventually(condition, timeout=5.0, step=0.01):
-    """The first true value of `condition`, or its last value when time is up."""
-    end = time.monotonic() + timeout
-    while not (value := condition()) and time.monotonic() < end:
-        time.sleep(step)
-    return value
 
 
 class Link:

@@ -8,8 +8,8 @@ import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from browsers import Chromium, Desktop, Firefox, Web
 from fake_app import FakeApp, eventually
+from browsers import Chromium, Desktop, Firefox, Web
 
 HOST = os.environ.get("VELMORA_BROWSER_HOST", "")
 BLOCK = "http://127.0.0.1:52700/?r=focus"

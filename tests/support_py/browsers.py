@@ -9,6 +9,7 @@ import os
 import shutil
 import signal
 import socket
+import ssl
 import subprocess
 import tempfile
 import threading
@@ -21,12 +22,27 @@ GECKO_ID = "browser-link@velmora.invalid"
 HOST_NAME = "com.velmora.browser_host"
 
 
-class Web:
-    """Every site there is: each page is titled by its host and path. "/nothing" answers 204."""
+def eventually(condition, timeout=5.0, step=0.01):
+    """The first true value of `condition`, or its last value when time is up."""
+    end = time.monotonic() + timeout
+    while not (value := condition()) and time.monotonic() < end:
+        time.sleep(step)
+    return value
 
-    def __init__(self, port=0):
+
+class Web:
+    """Every site there is: each page is titled by its host and path. "/nothing" answers 204.
+
+    With a certificate file (and its key in it) it also answers those who come encrypted.
+    """
+
+    def __init__(self, port=0, certificate=None):
         web = self
         self.requests = []
+        tls = None
+        if certificate:
+            tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            tls.load_cert_chain(certificate)
 
         class Handler(http.server.BaseHTTPRequestHandler):
             protocol_version = "HTTP/1.1"
@@ -34,9 +50,7 @@ class Web:
             def do_GET(self):
                 path = self.path if self.path.startswith("/") else "/" + self.path.split("/", 3)[3]
                 web.requests.append((self.headers["Host"], path))
-                title = "%s%s" % (self.headers["Host"], path)
-                frame = '<iframe src="http://inner.test/">' if path == "/framed" else ""
-                body = ("<!doctype html><title>%s</title><h1>%s</h1>%s" % (title, title, frame)).encode()
+                body = web.page(self.headers["Host"], path).encode()
                 if path == "/slow":
                     time.sleep(1.5)
                 self.send_response(204 if path == "/nothing" else 200)
@@ -52,6 +66,12 @@ class Web:
 
         class Server(http.server.ThreadingHTTPServer):
             daemon_threads = True
+            request_queue_size = 64
+
+            def finish_request(self, request, client):
+                if tls and request.recv(1, socket.MSG_PEEK) == b"\x16":
+                    request = tls.wrap_socket(request, server_side=True)
+                super().finish_request(request, client)
 
             def handle_error(self, *_):  # browsers hang up as they please
                 pass
@@ -59,6 +79,11 @@ class Web:
         self.server = Server(("127.0.0.1", port), Handler)
         self.port = self.server.server_address[1]
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
+
+    def page(self, host, path):
+        title = host + path
+        frame = '<iframe src="http://inner.test/">' if path == "/framed" else ""
+        return "<!doctype html><title>%s</title><h1>%s</h1>%s" % (title, title, frame)
 
     def close(self):
         self.server.shutdown()
@@ -68,10 +93,10 @@ class Web:
 class Desktop:
     """A screen nobody else uses, with a window manager."""
 
-    def __init__(self):
+    def __init__(self, size="1280x900"):
         reader, writer = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x900x24", "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(writer), "-screen", "0", size + "x24", "-nolisten", "tcp"],
             pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(writer)
         with os.fdopen(reader) as number:
@@ -85,29 +110,51 @@ class Desktop:
             process.wait()
 
 
-class Browser:
-    """What both browsers share: a private home, the host's manifest in it, a process to end."""
+class Home:
+    """Folders of a user who has nothing yet. Whatever starts in it reaches no other session."""
 
-    def __init__(self, desktop, web, host):
-        self.home = tempfile.mkdtemp(prefix="velmora-browser-")
-        self.runtime = os.path.join(self.home, "run")
+    def __init__(self):
+        self.path = tempfile.mkdtemp(prefix="velmora-home-")
+        self.runtime = os.path.join(self.path, "run")
         os.mkdir(self.runtime, 0o700)
-        self.profile = os.path.join(self.home, "profile")
-        os.mkdir(self.profile)
-        self.desktop, self.web, self.host = desktop, web, host
+
+    def environment(self, display=None):
+        inherited = {k: v for k, v in os.environ.items() if k not in ("DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY")}
+        return {**inherited, **({"DISPLAY": display} if display else {}), "HOME": self.path,
+                "XDG_RUNTIME_DIR": self.runtime, "XDG_CONFIG_HOME": self.path + "/.config",
+                "XDG_DATA_HOME": self.path + "/.local/share", "XDG_CACHE_HOME": self.path + "/.cache",
+                "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent", "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/nonexistent"}
+
+    def remove(self):
+        eventually(lambda: shutil.rmtree(self.path, ignore_errors=True) or not os.path.exists(self.path), 5, 0.1)
+
+
+class Browser:
+    """What both browsers share: a home, the host's manifest in it, a process to end.
+
+    In a `home` of somebody else's, who also has the manifest installed, no host is named.
+    """
+
+    def __init__(self, desktop, web, host=None, home=None, flags=()):
+        self.owns_home = home is None
+        self.home = home or Home()
+        self.runtime = self.home.runtime
+        self.profile = tempfile.mkdtemp(prefix="profile-", dir=self.home.path)
+        self.desktop, self.web, self.host, self.flags = desktop, web, host, flags
 
     def environment(self):
-        return dict(os.environ, DISPLAY=self.desktop.display, HOME=self.home, XDG_RUNTIME_DIR=self.runtime,
-                    XDG_CONFIG_HOME=self.home + "/.config", XDG_CACHE_HOME=self.home + "/.cache")
+        return self.home.environment(self.desktop.display)
 
     def install_host(self, folder, **allowed):
+        if not self.host:
+            return
         os.makedirs(folder)
         with open(os.path.join(folder, HOST_NAME + ".json"), "w") as manifest:
             json.dump({"name": HOST_NAME, "description": "Velmora", "path": os.path.abspath(self.host),
                        "type": "stdio", **allowed}, manifest)
 
     def launch(self, arguments, **options):
-        self.log = open(os.path.join(self.home, "log"), "w")
+        self.log = open(self.profile + ".log", "w")
         self.process = subprocess.Popen(arguments, env=self.environment(), start_new_session=True,
                                         stdout=self.log, stderr=subprocess.STDOUT, **options)
 
@@ -125,8 +172,8 @@ class Browser:
             pass
         self.process.wait()
         self.log.close()
-        time.sleep(0.3)
-        shutil.rmtree(self.home, ignore_errors=True)
+        if self.owns_home:
+            self.home.remove()
 
 
 class Chromium(Browser):
@@ -146,7 +193,9 @@ class Chromium(Browser):
         self.launch(
             ["chromium", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
              "--disable-background-networking", "--disable-component-update", "--disable-sync",
-             "--load-extension=" + EXTENSION, "--user-data-dir=" + self.profile,
+             "--load-extension=" + EXTENSION, *self.flags,
+             # The user's own profile is the one for which the host is installed.
+             *(["--user-data-dir=" + self.profile] if self.host else []),
              "--host-resolver-rules=MAP * 127.0.0.1:%d, EXCLUDE 127.0.0.1" % self.web.port,
              "--remote-debugging-pipe", address], preexec_fn=place, close_fds=False)
         os.close(to_browser)
@@ -190,6 +239,11 @@ class Chromium(Browser):
 
     def first_tab(self):
         return self.targets("page")[0]
+
+    def address(self, tab):
+        for target in self.call("Target.getTargets")["targetInfos"]:
+            if target["targetId"] == tab:
+                return target["url"]
 
     def go(self, tab, address):
         try:
@@ -241,7 +295,7 @@ class Firefox(Browser):
     }
 
     def start(self, address="about:blank"):
-        self.install_host(self.home + "/.mozilla/native-messaging-hosts", allowed_extensions=[GECKO_ID])
+        self.install_host(self.home.path + "/.mozilla/native-messaging-hosts", allowed_extensions=[GECKO_ID])
         with socket.socket() as probe:
             probe.bind(("127.0.0.1", 0))
             port = probe.getsockname()[1]
@@ -300,6 +354,10 @@ class Firefox(Browser):
 
     def first_tab(self):
         return self.call("WebDriver:GetWindowHandles")[0]
+
+    def address(self, tab):
+        self._in(tab)
+        return self.call("WebDriver:GetCurrentURL").get("value")
 
     def go(self, tab, address):
         self._in(tab)

@@ -1,0 +1,216 @@
+"""A stage for the real program: a private network, display and home, and Velmora running on it."""
+
+import ctypes
+import fcntl
+import json
+import os
+import re
+import signal
+import socket
+import struct
+import subprocess
+import time
+from typing import NamedTuple
+
+from browsers import REPOSITORY, Desktop, Home, eventually
+
+PROGRAMS = os.environ.get("VELMORA_PROGRAMS", os.path.join(REPOSITORY, "build", "release", "bin"))
+WALL_PORT = 52700
+WALL = "http://127.0.0.1:%d/" % WALL_PORT
+
+CLONE_NEWUSER, CLONE_NEWNET = 0x10000000, 0x40000000
+SIOCSIFFLAGS, IFF_UP = 0x8914, 1
+
+
+def leave_network():
+    """Moves this process to a network that has only itself: the wall's port is free there whoever
+    uses it outside, and nothing can leave the machine. To be called before any thread is started.
+    Where the system does not let us, it says so and we stay.
+    """
+    ids = {"uid": os.getuid(), "gid": os.getgid()}
+    libc = ctypes.CDLL(None, use_errno=True)
+    if libc.unshare(CLONE_NEWNET | (CLONE_NEWUSER if ids["uid"] else 0)) != 0:
+        print("(a private network is not to be had: %s)" % os.strerror(ctypes.get_errno()))
+        return
+    if ids["uid"]:
+        for name, text in (("setgroups", "deny"), *((k + "_map", "%d %d 1" % (v, v)) for k, v in ids.items())):
+            with open("/proc/self/" + name, "w") as file:
+                file.write(text)
+    with socket.socket() as any_socket:
+        fcntl.ioctl(any_socket, SIOCSIFFLAGS, struct.pack("16sh14x", b"lo", IFF_UP))
+
+
+class Answer(NamedTuple):
+    status: int
+    output: str
+    error: str
+
+
+class Control:
+    """One connection to the control socket."""
+
+    def __init__(self, path, timeout=10):
+        self.socket = socket.socket(socket.AF_UNIX)
+        self.socket.settimeout(timeout)
+        self.socket.connect(path)
+        self.stream = self.socket.makefile("rb")
+
+    def send(self, data):
+        self.socket.sendall(data if isinstance(data, bytes) else json.dumps(data).encode() + b"\n")
+
+    def line(self):
+        """The next line's value; None at the end of the stream."""
+        text = self.stream.readline()
+        return json.loads(text) if text.endswith(b"\n") else None
+
+    def ask(self, command, *arguments):
+        """The answer, or None where the program ended before it was whole."""
+        try:
+            self.send({"id": 1, "command": command, "arguments": list(arguments)})
+            answer = self.line()
+        except OSError:
+            return None
+        return answer and Answer(answer["status"], answer["output"], answer["error"])
+
+    def close(self):
+        self.stream.close()
+        self.socket.close()
+
+
+class Velmora:
+    """An installation of one user: the resident program, its command line and what it stores."""
+
+    def __init__(self, display=None, **variables):
+        self.home = Home()
+        self.display, self.variables = display, variables
+        self.process = None
+        self.log = self.home.path + "/velmora.log"
+        self.control_path = self.home.runtime + "/velmora/control.sock"
+        self.store_path = self.home.path + "/.local/share/velmora/preferences.sqlite3"
+
+    def environment(self):
+        return {**self.home.environment(self.display), **self.variables}
+
+    def launch(self):
+        """The resident program, just started."""
+        with open(self.log, "a") as log:
+            return subprocess.Popen([PROGRAMS + "/velmora"], env=self.environment(), stdout=log, stderr=log,
+                                    stdin=subprocess.DEVNULL)
+
+    def start(self):
+        self.process = self.launch()
+        if not eventually(self.answers, 10, 0.002):
+            raise RuntimeError("velmora does not answer: " + open(self.log).read()[-500:])
+        return self
+
+    def answers(self):
+        try:
+            Control(self.control_path).close()
+            return True
+        except OSError:
+            return False
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+
+    def end(self, how=signal.SIGTERM):
+        """The exit code after a signal that asks it to end; None if it does not within five seconds."""
+        self.process.send_signal(how)
+        try:
+            return self.process.wait(5)
+        except subprocess.TimeoutExpired:
+            return None
+
+    def run(self, *words):
+        done = subprocess.run([PROGRAMS + "/velmora", *words], env=self.environment(), capture_output=True, text=True,
+                              timeout=20)
+        return Answer(done.returncode, done.stdout, done.stderr)
+
+    def tell(self, *words):
+        """A command that must be obeyed; what it printed."""
+        answer = self.run(*words)
+        assert answer.status == 0, "velmora %s: %s" % (" ".join(words), answer)
+        return answer.output
+
+    def connect(self):
+        return Control(self.control_path)
+
+    def status(self):
+        return json.loads(self.tell("status", "--json"))
+
+    def stored(self):
+        """Key -> (type, value), as they are on disk now."""
+        return {k: (v["type"], v["value"]) for k, v in json.loads(self.tell("prefs", "dump", "--json")).items()}
+
+    def linked(self, count=1, timeout=20):
+        """Waits until so many browsers are linked and have told their windows."""
+        return eventually(lambda: sum(bool(b["tabs"]) for b in self.status()["browsers"]) >= count, timeout, 0.1)
+
+    def close(self):
+        if self.process and self.process.poll() is None:
+            self.kill()
+        self.home.remove()
+
+
+class Screen(Desktop):
+    """A private display whose windows can be moved about, by a part of their title."""
+
+    def __init__(self, size="1280x900"):
+        super().__init__(size)
+        self.environment = dict(os.environ, DISPLAY=self.display)
+        self.others = []
+        self.windows_known = eventually(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
+
+    def run(self, *words):
+        return subprocess.run(words, env=self.environment, capture_output=True, text=True, timeout=20).stdout
+
+    def windows(self):
+        """Title -> X id of every managed window."""
+        rows = (line.split(None, 3) for line in self.run("wmctrl", "-l").splitlines())
+        return {row[3] if len(row) > 3 else "": row[0] for row in rows}
+
+    def window(self, title):
+        found = eventually(lambda: next((w for t, w in self.windows().items() if title in t), None), 10, 0.05)
+        assert found, "no window “%s” among %s" % (title, list(self.windows()))
+        return found
+
+    def minimise(self, window):
+        self.run("xdotool", "windowminimize", window)
+        assert eventually(lambda: "HIDDEN" in self.run("xprop", "-id", window, "_NET_WM_STATE"), 5, 0.02)
+
+    def raise_(self, window):
+        """Brings it up, from the task bar too, and gives it the focus."""
+        self.run("wmctrl", "-i", "-a", window)
+
+    def place(self, window, x, y, width, height):
+        self.run("wmctrl", "-i", "-r", window, "-b", "remove,maximized_vert,maximized_horz")
+        self.run("wmctrl", "-i", "-r", window, "-e", "0,%d,%d,%d,%d" % (x, y, width, height))
+
+    def terminal(self, title, x, y, width, height):
+        """A terminal window; its X id."""
+        self.others.append(subprocess.Popen(
+            ["xterm", "-T", title, "-bg", "#14121f", "-fg", "#8f86c9", "-e", "sleep", "600"],
+            env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
+        window = self.window(title)
+        self.place(window, x, y, width, height)
+        return window
+
+    def close_window(self, window):
+        self.run("wmctrl", "-i", "-c", window)
+
+    def shot(self, path):
+        self.run("import", "-window", "root", path)
+
+    def close(self):
+        for process in self.others:
+            process.terminate()
+            process.wait()
+        super().close()
+
+
+def wall_reason(address):
+    """What the wall's address tells, as a dictionary; nothing for another address."""
+    if not (address or "").startswith(WALL + "?"):
+        return None
+    return dict(re.findall(r"[?&](\w+)=([^&]*)", address))
