@@ -15,8 +15,11 @@ inline void runFor(EventLoop& loop, Seconds time) {
 // Runs the loop until something holds, for five seconds at most.
 inline bool runUntil(EventLoop& loop, const std::function<bool()>& holds) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (!holds() && std::chrono::steady_clock::now() < deadline) runFor(loop, Seconds(0.002));
-  return holds();
+  while (std::chrono::steady_clock::now() < deadline) {
+    if (holds()) return true;
+    runFor(loop, Seconds(0.002));
+  }
+  return false;
 }
 
 }  // namespace velmora

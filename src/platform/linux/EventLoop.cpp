@@ -203,22 +203,24 @@ void EventLoop::State::runTimer(Nanoseconds now) {
   (*task)();
 }
 
-// Asks for one wake-up at which the most timers can run: no earlier than the first is due, no later
-// than the first runs out of tolerance.
+// Asks for one wake-up for as many timers as can share it: when the last of them is due, and before
+// the first of them runs out of tolerance. Within these limits the system may choose a moment at
+// which it is awake anyway.
 void EventLoop::State::arm() {
   if (byDue.empty()) {
     sd_event_source_set_enabled(alarm, SD_EVENT_OFF);
     return;
   }
-  const Nanoseconds first = byDue.begin()->first;
-  Nanoseconds last = INT64_MAX;
+  Nanoseconds from = 0;
+  Nanoseconds until = INT64_MAX;
   for (const auto& [due, id] : byDue) {
-    if (due >= last) break;
-    last = std::min(last, due + timers.at(id).tolerance);
+    if (due > until) break;
+    from = due;
+    until = std::min(until, due + timers.at(id).tolerance);
   }
-  sd_event_source_set_time(alarm, static_cast<uint64_t>((first + 999) / 1000));
-  sd_event_source_set_time_accuracy(
-      alarm, static_cast<uint64_t>(std::max<Nanoseconds>(1, (last - first) / 1000)));
+  const auto leeway = std::max<Nanoseconds>(1, (until - from) / 1000);
+  sd_event_source_set_time(alarm, static_cast<uint64_t>((from + 999) / 1000));
+  sd_event_source_set_time_accuracy(alarm, static_cast<uint64_t>(leeway));
   sd_event_source_set_enabled(alarm, SD_EVENT_ONESHOT);
 }
 

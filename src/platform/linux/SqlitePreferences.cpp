@@ -22,7 +22,7 @@ using Values = std::map<std::string, PreferenceValue, std::less<>>;
 
 constexpr int kSchemaVersion = 1;
 constexpr int kApplicationId = 0x56454c4d;  // "VELM"
-constexpr int kBusyMilliseconds = 2000;
+constexpr int kBusyMilliseconds = 500;
 
 struct Finalizer {
   void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
@@ -90,7 +90,7 @@ class SqlitePreferences::File {
 
  private:
   int settle();
-  int check();
+  int check(bool& isNew);
   int makeSchema();
   int number(const char* sql, int& out);
   int run(const char* sql) { return noted(sqlite3_exec(db_, sql, nullptr, nullptr, nullptr)); }
@@ -145,8 +145,10 @@ int SqlitePreferences::File::openForWriting(const std::string& path) {
   if (result == SQLITE_OK) sqlite3_db_config(db_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   if (result == SQLITE_OK && sqlite3_db_readonly(db_, "main") == 1)
     result = refuse(SQLITE_READONLY, "it can't be written");
+  bool isNew = false;
+  if (result == SQLITE_OK) result = check(isNew);
   if (result == SQLITE_OK) result = settle();
-  if (result == SQLITE_OK) result = check();
+  if (result == SQLITE_OK && isNew) result = makeSchema();
   if (result == SQLITE_OK)
     result = prepare(
         "INSERT INTO preferences (key, kind, value) VALUES (?1, ?2, ?3) "
@@ -168,7 +170,9 @@ int SqlitePreferences::File::settle() {
       "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;");
 }
 
-int SqlitePreferences::File::check() {
+// Reads only: what turns out to be damaged is kept as it was found.
+int SqlitePreferences::File::check(bool& isNew) {
+  sqlite3_busy_timeout(db_, kBusyMilliseconds);
   Statement statement;
   if (const int result = prepare("PRAGMA quick_check(1)", statement)) return result;
   const int result = noted(sqlite3_step(statement.get()));
@@ -180,7 +184,8 @@ int SqlitePreferences::File::check() {
   int tables = 0;
   if (const int failed = number("PRAGMA user_version", version)) return failed;
   if (const int failed = number("SELECT count(*) FROM sqlite_schema", tables)) return failed;
-  if (version == 0 && tables == 0) return makeSchema();
+  isNew = version == 0 && tables == 0;
+  if (isNew) return SQLITE_OK;
   if (version != kSchemaVersion)
     return refuse(SQLITE_NOTADB, "its schema has version " + std::to_string(version));
   return prepare("SELECT key, kind, value FROM preferences", statement) == SQLITE_OK
