@@ -34,22 +34,6 @@ TEST(Text, ReplacingLooksAtTheOriginalOnly) {
   EXPECT_EQ(replacingAll("", "a", "b"), "");
 }
 
-TEST(Text, SplitKeepsEmptyPieces) {
-  using Pieces = std::vector<std::string_view>;
-  EXPECT_EQ(split("", ':'), Pieces{""});
-  EXPECT_EQ(split(":", ':'), (Pieces{"", ""}));
-  EXPECT_EQ(split("7:30", ':'), (Pieces{"7", "30"}));
-  EXPECT_EQ(split("a::b", ':'), (Pieces{"a", "", "b"}));
-}
-
-TEST(Text, DigitsAreDecimalDigitsAndNothingElse) {
-  EXPECT_EQ(digits("0"), 0);
-  EXPECT_EQ(digits("007"), 7);
-  EXPECT_EQ(digits("9223372036854775807"), INT64_MAX);
-  for (const char* bad : {"", " 1", "1 ", "+1", "-1", "1.0", "0x1", "٣", "9223372036854775808"})
-    EXPECT_FALSE(digits(bad)) << bad;
-}
-
 TEST(Text, Utf8IsCheckedStrictly) {
   for (const char* good : {"", "a", "żółw", "🙂"}) EXPECT_TRUE(isValidUtf8(good)) << good;
   for (const char* bad : {"\xff", "\xc3", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80"})

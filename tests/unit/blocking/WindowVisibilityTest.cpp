@@ -36,6 +36,8 @@ TEST(WindowVisibility, AQuarterMustBeUncovered) {
 
 TEST(WindowVisibility, OwnWindowsCoverEachOtherAndTheOrderIsFrontToBack) {
   EXPECT_EQ(shown({browser(), browser(), browser({800, 0, 800, 800})}), (Indexes{0, 2}));
+  EXPECT_EQ(shown({browser(kWindow, 0.1), browser()}), (Indexes{0, 1}));  // a faint one is shown
+  EXPECT_EQ(shown({{kBrowser, kFloatingLayer, 1.0, kWindow}}), Indexes{});
 }
 
 TEST(WindowVisibility, OnlyOpaqueNormalWindowsAndLockersCover) {
@@ -51,14 +53,6 @@ TEST(WindowVisibility, OnlyOpaqueNormalWindowsAndLockersCover) {
   for (const auto& c : cases)
     EXPECT_EQ(shown({other(kWindow, c.layer, c.alpha), browser()}).empty(), c.covers)
         << c.layer << " " << c.alpha;
-}
-
-TEST(WindowVisibility, AFaintBrowserCountsAsShownButHidesNothing) {
-  EXPECT_EQ(shown({browser(kWindow, 0.1), browser()}), (Indexes{0, 1}));
-}
-
-TEST(WindowVisibility, ABrowserOnAnotherLayerIsNoWindowOfTheUser) {
-  EXPECT_EQ(shown({{kBrowser, kFloatingLayer, 1.0, kWindow}}), Indexes{});
 }
 
 TEST(WindowVisibility, DisplaysTogetherShowAWindowAndNoneShowsNothing) {
