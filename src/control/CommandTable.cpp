@@ -93,6 +93,12 @@ CommandResult atGate(const Environment& e) {
       names + ")");
 }
 
+// A gate that was raised in Brak mode has no purpose once the clock runs without it.
+void dismissIdleGate(const Environment& e) {
+  if (e.app.timer.isRunning.get() || !e.app.timer.effectiveBrakModeEnabled())
+    e.app.screens.dismissFocusSelection();
+}
+
 CommandResult start(const Environment& e, const Arguments&) {
   TimerService& t = e.app.timer;
   if (t.isRunning.get()) return CommandResult::done(line("Running · " + t.timeString()));
@@ -240,6 +246,7 @@ CommandResult store(const Environment& e, const PomodoroSettings& settings) {
   if (settings == e.app.timer.settings.get()) return CommandResult::done();
   e.app.timer.setSettings(settings);
   savePomodoroSettings(e.preferences, settings);
+  dismissIdleGate(e);
   return CommandResult::done();
 }
 

@@ -34,7 +34,9 @@ TEST_F(CommandTableTest, StartStopsAtTheGateAndNamesTheWayOn) {
 }
 
 TEST_F(CommandTableTest, ClockCommandsGoThroughAPlainSession) {
+  d.tell("start");
   d.tell("mode", {"soft"});
+  EXPECT_FALSE(d.app->screens.isGateShowing()) << "soft mode knows no gate";
   EXPECT_EQ(d.status("start"), 0);
   EXPECT_EQ(d.status("switch", {"longBreak"}), 1) << "not while running";
   EXPECT_EQ(d.status("pause"), 0);
