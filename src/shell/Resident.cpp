@@ -46,7 +46,11 @@ class Resident {
         identity_(catalog_, processes_),
         link_(loop_, desktop_, log_,
               {.parentOf = parentProcess,
-               .identityOf = [this](int32_t pid) { return identity_.of(pid, "", ""); }}),
+               .identityOf =
+                   [this](int32_t pid) {
+                     identity_.recheck(pid);
+                     return identity_.of(pid, "", "");
+                   }}),
         notifications_(loop_, log_),
         sounds_(loop_, log_, local::shareFolder() + "/sounds"),
         app_(Platform{clock_, loop_, pageQueue_, *preferences_, random_, desktop_, link_, catalog_,
