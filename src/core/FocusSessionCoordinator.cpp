@@ -6,7 +6,9 @@ void FocusSessionCoordinator::requireFocusSelection(const std::string& reason) {
   if (!isGateShowing()) gateReason.set(reason);
 }
 
-void FocusSessionCoordinator::dismissFocusSelection() { gateReason.setIfChanged(std::nullopt); }
+void FocusSessionCoordinator::dismissFocusSelection() {
+  if (isGateShowing()) gateReason.set({});
+}
 
 void FocusSessionCoordinator::confirmFocusSelection(const FocusPreset& preset,
                                                     std::string_view taskName) {
