@@ -21,7 +21,9 @@ struct Browser {
 
 // The tab shown in one browser window.
 struct WindowTab {
-  std::string id;  // the window's; empty for "the front window, whichever that is"
+  // Names the window, and perhaps the tab, to the adapter that reported it; empty for "the front
+  // window, whichever that is".
+  std::string id;
   int index = 1;   // the window's place in the browser's own list, from 1
   // In the coordinates of the window list; equal to the frame given there where the adapter knows
   // which window it is.

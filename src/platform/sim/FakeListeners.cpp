@@ -43,6 +43,7 @@ struct FakeListeners::Client::Stream : Connection, std::enable_shared_from_this<
     queue.post([weak = weak_from_this()] {
       const auto self = weak.lock();
       if (!self || !self->onReceive) return;
+      if (self->incoming.empty() && !self->isEnded) return;  // an earlier turn took it all
       const auto done = std::exchange(self->onReceive, nullptr);
       if (self->incoming.empty()) return done(std::nullopt);
       std::string bytes = self->incoming.substr(0, self->wanted);
