@@ -165,22 +165,29 @@ std::optional<PreferenceValue> fromJson(const json::Value& v) {
   return asPreference(v.asNumber());
 }
 
+template <class T>
+std::optional<StoredValue> row(std::string_view kind, T content) {
+  std::optional<StoredValue> out(std::in_place);
+  out->kind = kind;
+  out->content.emplace<T>(std::move(content));
+  return out;
+}
+
 std::optional<StoredValue> asJson(std::string_view kind, const json::Value& value) {
   std::string text = json::dump(value);
   if (!json::parse(text)) return std::nullopt;
-  return StoredValue{kind, std::move(text)};
+  return row(kind, std::move(text));
 }
 
 struct ToStored {
   using Result = std::optional<StoredValue>;
-  Result operator()(bool v) const { return StoredValue{"bool", int64_t{v}}; }
-  Result operator()(int64_t v) const { return StoredValue{"integer", v}; }
+  Result operator()(bool v) const { return row("bool", int64_t{v}); }
+  Result operator()(int64_t v) const { return row("integer", v); }
   Result operator()(double v) const {
-    if (std::isnan(v)) return StoredValue{"double", bitsOf(v)};
-    return StoredValue{"double", v};
+    return std::isnan(v) ? row("double", bitsOf(v)) : row("double", v);
   }
-  Result operator()(const std::string& v) const { return StoredValue{"text", v}; }
-  Result operator()(const Bytes& v) const { return StoredValue{"bytes", v}; }
+  Result operator()(const std::string& v) const { return row("text", v); }
+  Result operator()(const Bytes& v) const { return row("bytes", v); }
   Result operator()(const TextList& v) const { return asJson("list", ToJson()(v)); }
   Result operator()(const Dictionary& v) const { return asJson("dictionary", ToJson()(v)); }
 };
