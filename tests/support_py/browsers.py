@@ -94,15 +94,25 @@ class Desktop:
     """A screen nobody else uses, with a window manager."""
 
     def __init__(self, size="1280x900"):
-        reader, writer = os.pipe()
-        self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writer), "-screen", "0", size + "x24", "-nolisten", "tcp"],
-            pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        os.close(writer)
-        with os.fdopen(reader) as number:
-            self.display = ":" + number.readline().strip()
+        # The number is ours to choose: a server that looks for one itself knows only those of its own
+        # network, and would take over the socket files of the others.
+        number = 100 + os.getpid() % 800
+        while not self._serve(number, size):
+            number += 1
+        self.display = ":%d" % number
         self.manager = subprocess.Popen(["openbox"], env=dict(os.environ, DISPLAY=self.display),
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def _serve(self, number, size):
+        if os.path.exists("/tmp/.X%d-lock" % number) or os.path.exists("/tmp/.X11-unix/X%d" % number):
+            return False
+        reader, writer = os.pipe()
+        self.server = subprocess.Popen(
+            ["Xvfb", ":%d" % number, "-displayfd", str(writer), "-screen", "0", size + "x24", "-nolisten", "tcp"],
+            pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(writer)
+        with os.fdopen(reader) as ready:
+            return ready.readline().strip() == str(number)
 
     def close(self):
         for process in (self.manager, self.server):
@@ -139,8 +149,11 @@ class Browser:
         self.owns_home = home is None
         self.home = home or Home()
         self.runtime = self.home.runtime
-        self.profile = tempfile.mkdtemp(prefix="profile-", dir=self.home.path)
+        self.profile = self.make_profile()
         self.desktop, self.web, self.host, self.flags = desktop, web, host, flags
+
+    def make_profile(self):
+        return tempfile.mkdtemp(prefix="profile-", dir=self.home.path)
 
     def environment(self):
         return self.home.environment(self.desktop.display)
@@ -179,6 +192,10 @@ class Browser:
 class Chromium(Browser):
     name, identity = "chromium", EXTENSION_ID
 
+    def make_profile(self):
+        """Where it looks for hosts as well, so it must be the folder for which they are installed."""
+        return self.home.path + "/.config/chromium"
+
     def start(self, address="about:blank"):
         self.install_host(self.profile + "/NativeMessagingHosts",
                           allowed_origins=["chrome-extension://%s/" % EXTENSION_ID])
@@ -193,9 +210,7 @@ class Chromium(Browser):
         self.launch(
             ["chromium", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
              "--disable-background-networking", "--disable-component-update", "--disable-sync",
-             "--load-extension=" + EXTENSION, *self.flags,
-             # The user's own profile is the one for which the host is installed.
-             *(["--user-data-dir=" + self.profile] if self.host else []),
+             "--load-extension=" + EXTENSION, "--user-data-dir=" + self.profile, *self.flags,
              "--host-resolver-rules=MAP * 127.0.0.1:%d, EXCLUDE 127.0.0.1" % self.web.port,
              "--remote-debugging-pipe", address], preexec_fn=place, close_fds=False)
         os.close(to_browser)

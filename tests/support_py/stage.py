@@ -160,7 +160,8 @@ class Screen(Desktop):
         super().__init__(size)
         self.environment = dict(os.environ, DISPLAY=self.display)
         self.others = []
-        self.windows_known = eventually(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
+        assert eventually(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), 10)
+        self.run("xdotool", "mousemove", "0", "0")  # over no page
 
     def run(self, *words):
         return subprocess.run(words, env=self.environment, capture_output=True, text=True, timeout=20).stdout
@@ -182,10 +183,19 @@ class Screen(Desktop):
     def raise_(self, window):
         """Brings it up, from the task bar too, and gives it the focus."""
         self.run("wmctrl", "-i", "-a", window)
+        assert eventually(lambda: int(self.run("xdotool", "getactivewindow") or 0) == int(window, 16), 5, 0.02)
 
     def place(self, window, x, y, width, height):
         self.run("wmctrl", "-i", "-r", window, "-b", "remove,maximized_vert,maximized_horz")
         self.run("wmctrl", "-i", "-r", window, "-e", "0,%d,%d,%d,%d" % (x, y, width, height))
+        near = lambda a, b: abs(a - b) <= 30  # frames and the steps of terminals
+        assert eventually(lambda: all(map(near, self.geometry(window), (x, y, width, height))), 5, 0.02)
+
+    def geometry(self, window):
+        """Left, top, width and height of what is inside its frame."""
+        text = self.run("xwininfo", "-id", window)
+        return [int(re.search(name + r":\s+(-?\d+)", text)[1])
+                for name in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")]
 
     def terminal(self, title, x, y, width, height):
         """A terminal window; its X id."""
