@@ -145,9 +145,10 @@ TEST(BlockPageServer, AServerThatGoesFreesItsPort) {
 
 // The queue may still run what was posted when the process's main loop is gone.
 TEST(BlockPageServer, NewsOnItsWayWhenTheServerGoesIsDropped) {
-  for (const bool taken : {false, true}) {
+  for (const int fault : {0, 1, 2}) {
     Wall wall;
-    if (taken) wall.listeners.takenNames.insert("52700");
+    if (fault == 1) wall.listeners.takenNames.insert("52700");
+    wall.listeners.refusesAll = fault == 2;
     wall->start();
     wall.server.reset();
     wall.mainLoop.reset();

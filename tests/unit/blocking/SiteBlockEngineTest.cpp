@@ -280,6 +280,7 @@ TEST(SiteBlockEngine, ChangesDuringAReadGiveOneFurtherLook) {
 TEST(SiteBlockEngine, ChargesRealTimeWithACeiling) {
   Engine e;
   const auto lastCharge = [&e] { return e.seen.charges.back().elapsed; };
+  e.world.advance(Seconds(100));
   e.open(kChromium, "https://a.com");
   e.block({});
   e.answer();
@@ -409,23 +410,15 @@ TEST(SiteBlockEngine, TheFirstRuleThatAppliesDecidesAndNoLaterOneIsAsked) {
   }
 }
 
-TEST(SiteBlockEngine, AnOddHostCannotBreakTheQuery) {
-  Engine e;
-  e.open(kChromium, "https://a&m=9\"<b>%c/");
-  e.allow({});
-  e.answer();
-  EXPECT_EQ(e.addresses(), Texts{kWall + "focus&d=a%26m%3D9%22%3Cb%3E%25c&a=1"});
-}
-
 TEST(SiteBlockEngine, ATabThatDidNotGoIsSentAgainByEveryLook) {
   Engine e;
   e.browsers.dropsSends = true;
-  e.openBehindEditor("https://reddit.com");
-  e.block({"reddit.com"});
+  e.openBehindEditor("https://a&m=9\"<b>%c/");  // an odd host can't break the query either
+  e.allow({});
   e.looks(2);
   e.answer();
   EXPECT_EQ(e.reads(), 3u);  // read anew each time, though not in front
-  EXPECT_EQ(e.browsers.sent.size(), 3u);
+  EXPECT_EQ(e.addresses(), Texts(3, kWall + "focus&d=a%26m%3D9%22%3Cb%3E%25c&a=1"));
 }
 
 TEST(SiteBlockEngine, TheFrontWindowAnswerIsJudgedAloneAndSentToTheFrontWindow) {
@@ -459,19 +452,21 @@ TEST(SiteBlockEngine, TellsTheScrollGuardWhereEachTabIs) {
   e.open(kArc, "https://b.com", kRight);
   const auto page = e.open(kChromium, "https://a.com", kLeft);
   const auto blank = e.open(kChromium, "about:blank", {0, 900, 900, 180});
-  e.screen.pointer = Point{1500, 10};
+  e.screen.pointer = Point{10, 950};
   e->setScrollGuardActive(true);
   e.answer();
-  // The first shown tab of the front application is the blank one: it takes "in front" with it.
-  EXPECT_EQ(tabs(), (std::vector<Tab>{{"b.com", kRight, true, false},
+  // The first shown tab of the front application is the blank one: it takes "in front" and the
+  // pointer with it.
+  EXPECT_EQ(tabs(), (std::vector<Tab>{{"b.com", kRight, false, false},
                                       {"a.com", kLeft, false, false}}));
   EXPECT_EQ(e.seen.calls, (Texts{"charge", "scroll", "exhausted b.com", "closed b.com",
                                  "exhausted a.com", "closed a.com"}));
   e.screen.raise(page);
-  e.screen.pointer = Point{10, 10};
+  e.screen.pointer = Point{1500, 10};
   e.looks();
-  EXPECT_EQ(tabs(), (std::vector<Tab>{{"b.com", kRight, false, false},
-                                      {"a.com", kLeft, true, true}}));
+  EXPECT_EQ(tabs(), (std::vector<Tab>{{"b.com", kRight, true, false},
+                                      {"a.com", kLeft, false, true}}));
+  e.screen.pointer = Point{10, 10};
   e.screen.raise(blank);
   e.open(kEditor, "", {0, 0, 200, 200});  // under the pointer now, and in front
   e.looks();
