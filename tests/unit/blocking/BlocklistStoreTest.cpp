@@ -58,6 +58,7 @@ struct Lists {
   std::optional<BlocklistStore> store;
   int64_t writesBefore = 0;
 };
+using Domains = std::vector<std::string>;
 using Budgets = std::vector<std::pair<std::string, int>>;
 
 TEST(BlocklistStore, WritesTheThreeListsInTheirExactShapes) {
@@ -83,7 +84,7 @@ TEST(BlocklistStore, ASiteIsListedOnceInAnySpellingAndAnAppByItsIdentity) {
   for (const char* again : {"example.com", "EXAMPLE.com:8080", "http://example.com/other"})
     lists->addSite(again);
   lists->addSite("old.example.com");
-  EXPECT_EQ(lists.domains(), (std::vector<std::string>{"https://WWW.Example.com/path?x=1#y", "old.example.com"}));
+  EXPECT_EQ(lists.domains(), (Domains{"https://WWW.Example.com/path?x=1#y", "old.example.com"}));
   EXPECT_EQ(lists.writes(), 2);
   lists->addApp(lists->makeApp("One", "a.b"));
   lists->addApp(lists->makeApp("Two", "a.b"));
@@ -104,7 +105,7 @@ TEST(BlocklistStore, RemovesByIdentityOrPlaceAndSwitchesOff) {
   lists->setSiteBlocked(lists->blockedSites.get()[1].id, false);
   EXPECT_EQ(lists.stored(kSites), "[" + site(5, "a.com") + "," + site(6, "b.com", false) + "]");
   lists->removeSite(BlockedSite(lists->blockedSites.get()[0]));
-  EXPECT_EQ(lists.domains(), std::vector<std::string>{"b.com"});
+  EXPECT_EQ(lists.domains(), Domains{"b.com"});
   lists->addBudgetedSite("a.com", 5);
   lists->removeBudgetedSite(BudgetedSite(lists->budgetedSites.get()[0]));
   EXPECT_EQ(lists.stored(kBudgets), "[]");
