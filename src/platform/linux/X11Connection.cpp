@@ -16,6 +16,7 @@ namespace {
 constexpr const char* kXAtomNames[] = {"_NET_CLIENT_LIST_STACKING",
                                        "_NET_ACTIVE_WINDOW",
                                        "_NET_CURRENT_DESKTOP",
+                                       "_NET_SUPPORTING_WM_CHECK",
                                        "",  // holds the screen's number
                                        "_NET_WM_STATE",
                                        "_NET_WM_STATE_HIDDEN",

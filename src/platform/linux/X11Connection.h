@@ -22,6 +22,7 @@ enum class XAtom {
   clientListStacking,
   activeWindow,
   currentDesktop,
+  managerCheck,
   compositor,  // the selection that a compositing manager of our screen owns
   wmState,
   stateHidden,
@@ -48,7 +49,6 @@ enum class XAtom {
 class XProperty {
  public:
   explicit XProperty(xcb_get_property_reply_t* reply) : reply_(reply) {}
-  bool exists() const { return reply_ && reply_->type != XCB_ATOM_NONE; }
   // Of properties in 32 bit format.
   std::span<const uint32_t> words() const;
   std::optional<uint32_t> word() const;

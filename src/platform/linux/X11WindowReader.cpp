@@ -69,7 +69,7 @@ struct X11WindowReader::LiveQuestions {
 struct X11WindowReader::OverviewQuestions {
   xcb_query_tree_cookie_t tree;
   xcb_get_geometry_cookie_t root;
-  xcb_get_property_cookie_t stacking, active, workspace;
+  xcb_get_property_cookie_t stacking, active, workspace, manager;
   std::optional<xcb_res_query_client_ids_cookie_t> pids;
   std::optional<xcb_randr_get_monitors_cookie_t> monitors;
 };
@@ -78,7 +78,7 @@ struct X11WindowReader::Overview {
   std::vector<xcb_window_t> tops;                  // children of the root, bottom to top
   std::unordered_map<xcb_window_t, size_t> depth;  // place among the tops
   std::vector<xcb_window_t> clients;               // bottom to top, each once
-  bool hasManager = false;                         // somebody keeps a list of clients
+  std::optional<uint32_t> manager;                 // owner of the window manager's own windows
   std::optional<uint32_t> workspace;
   std::optional<xcb_window_t> active;
   std::unordered_map<uint32_t, int32_t> pids;  // by owner of the window
@@ -198,6 +198,8 @@ X11WindowReader::OverviewQuestions X11WindowReader::askOverview() {
       connection_.askProperty(root, connection_.atom(XAtom::activeWindow), XCB_ATOM_WINDOW, 1);
   q.workspace =
       connection_.askProperty(root, connection_.atom(XAtom::currentDesktop), XCB_ATOM_CARDINAL, 1);
+  q.manager =
+      connection_.askProperty(root, connection_.atom(XAtom::managerCheck), XCB_ATOM_WINDOW, 1);
   if (connection_.canTellPids()) {
     // One question for all clients. It comes last, so that no listed window's client is missing.
     const xcb_res_client_id_spec_t everybody{XCB_NONE, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
@@ -250,13 +252,15 @@ X11WindowReader::Overview X11WindowReader::takeOverview(const OverviewQuestions&
   for (size_t i = 0; i < out.tops.size(); ++i) out.depth.emplace(out.tops[i], i);
 
   const XProperty stacking = connection_.take(q.stacking);
-  out.hasManager = stacking.exists();
   std::unordered_set<xcb_window_t> seen;
   for (const xcb_window_t client : stacking.words()) {
     if (client != XCB_WINDOW_NONE && seen.insert(client).second) out.clients.push_back(client);
   }
   out.active = connection_.take(q.active).word();
   out.workspace = connection_.take(q.workspace).word();
+  if (const auto check = connection_.take(q.manager).word()) {
+    out.manager = connection_.ownerOf(*check);
+  }
   out.pids = takePids(q);
   out.monitors = takeMonitors(q);
   return out;
@@ -335,25 +339,21 @@ std::vector<X11WindowReader::Stranger> X11WindowReader::askStrangers(const Overv
   familiar.insert(overview.clients.begin(), overview.clients.end());
   std::vector<Stranger> out;
   for (const xcb_window_t top : overview.tops) {
-    // The server's own is the overlay that compositing managers paint into: it covers everything
-    // and is nobody's window.
-    if (familiar.contains(top) || connection_.ownerOf(top) == 0) continue;
+    // The window manager's own are frames, menus and helpers.
+    if (familiar.contains(top) || connection_.ownerOf(top) == overview.manager) continue;
     out.push_back({top, connection_.ask(xcb_get_window_attributes(connection_.raw(), top))});
   }
   return out;
 }
 
-std::vector<xcb_window_t> X11WindowReader::takeOverrides(const std::vector<Stranger>& strangers,
-                                                         const Overview& overview) {
+std::vector<xcb_window_t> X11WindowReader::takeShown(const std::vector<Stranger>& strangers) {
   const auto known = frames();
   std::vector<xcb_window_t> out;
   for (const auto& stranger : strangers) {
     const auto a = connection_.take<xcb_get_window_attributes_reply>(stranger.attributes);
     const bool isShown = a && a->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT &&
                          a->map_state == XCB_MAP_STATE_VIEWABLE;
-    // Without a window manager every window stands directly on the root.
-    const bool isTop = a && (a->override_redirect || !overview.hasManager);
-    if (isShown && isTop && !known.contains(stranger.window)) out.push_back(stranger.window);
+    if (isShown && !known.contains(stranger.window)) out.push_back(stranger.window);
   }
   return out;
 }
@@ -505,7 +505,7 @@ std::optional<X11Picture> X11WindowReader::read(LiveWants wants, X11LiveFacts& l
 
   const auto grandparents = takeParents(managed, overview);
   std::vector<WindowQuestions> unmanaged;
-  for (const xcb_window_t top : takeOverrides(strangers, overview)) {
+  for (const xcb_window_t top : takeShown(strangers)) {
     unmanaged.push_back(askWindow(top, false, overview));
   }
   if (connection_.hasQuestions() && !answered()) return std::nullopt;

@@ -94,8 +94,7 @@ class X11WindowReader {
   int32_t takePid(const WindowQuestions& questions, const Overview& overview);
   int layerOf(std::span<const uint32_t> types) const;
   std::vector<Stranger> askStrangers(const Overview& overview);
-  std::vector<xcb_window_t> takeOverrides(const std::vector<Stranger>& strangers,
-                                          const Overview& overview);
+  std::vector<xcb_window_t> takeShown(const std::vector<Stranger>& strangers);
   std::unordered_set<xcb_window_t> frames() const;
   std::vector<X11SeenWindow> stacked(std::vector<X11SeenWindow> managed,
                                      std::vector<X11SeenWindow> unmanaged,
