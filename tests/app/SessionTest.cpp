@@ -50,28 +50,6 @@ TEST_F(Session, AFreshStartStoresThePresetsAndTheMinimalModules) {
   EXPECT_EQ(app().modules.enabledModules.get().size(), 2u);
 }
 
-TEST_F(Session, ADayOfUseLeavesExactlyTheKnownKeys) {
-  change([](auto& s) { s.autoStart = true; });
-  app().lists.addSite("reddit.com");
-  timer().start(false);
-  choose();
-  timer().startCountdown();
-  wait(1600);
-  timer().useEmergencyPass();
-  timer().startScheduledBlock(brakMission());
-  wait(60);
-  const std::set<std::string> expected{
-      "vm_pomodoroSettings", "vm_enabledModules", "vm_focus_presets_v2", "vm_blockedApps",
-      "vm_blockedSites", "vm_budgetedSites", "vm_timer_timeRemaining", "vm_timer_sessionType",
-      "vm_timer_completedSessions", "vm_timer_focusSessionsInBlock",
-      "vm_timer_stopAfterCurrentBreak", "vm_timer_isRunning", "vm_timer_isSessionActive",
-      "vm_timer_totalFocusMinutes", "vm_timer_savedAt", "vm_timer_emergencyPassUsedAt",
-      "vm_sw_elapsed", "vm_sw_running", "vm_sw_mode", "vm_sw_savedAt", "vm_cd_submode",
-      "vm_cd_duration", "vm_cd_remaining", "vm_cd_running", "vm_cd_savedAt",
-      "vm_schedule_session_active_v4", "vm_schedule_session_id_v4", "vm_schedule_session_end_v4"};
-  EXPECT_EQ(keys(), expected);
-}
-
 TEST_F(Session, TheGateAsksOnceAndItsAnswerStartsTheClock) {
   timer().start(false);
   EXPECT_EQ(app().screens.gateReason.get(), "Choose your next focus");
@@ -111,17 +89,6 @@ TEST_F(Session, AWholeBlockRunsByItselfAndBlocksInFocusOnly) {
   EXPECT_EQ(device.sounds.played.size(), 8u);
 }
 
-TEST_F(Session, ABrakSessionSurvivesAKillWithItsChoice) {
-  timer().start(false);
-  choose();
-  wait(5);
-  device.relaunch(Seconds(60));
-  wait(0.5);
-  EXPECT_TRUE(timer().isRunning.get() && isBlocking());
-  EXPECT_FALSE(app().screens.isGateShowing());
-  EXPECT_EQ(app().presets.activeContext.get()->taskName, "Chapter 2");
-}
-
 TEST_F(Session, AKillInABrakMissionLeavesNoChoiceBehind) {
   app().presets.beginFocus(app().presets.presets.get()[0], "");
   timer().startScheduledBlock(brakMission());
@@ -131,39 +98,6 @@ TEST_F(Session, AKillInABrakMissionLeavesNoChoiceBehind) {
   EXPECT_FALSE(app().presets.hasActiveFocusContext());
   EXPECT_FALSE(device.preferences.has("vm_focus_active_context_v2"));
   EXPECT_FALSE(timer().isSessionActive.get() || isBlocking());
-}
-
-TEST_F(Session, AMissionThatComesBeforeTheResumeTakesItsPlace) {
-  timer().start(false);
-  choose();
-  wait(5);
-  app().presets.clearActiveContext();
-  device.relaunch(Seconds(5));
-  wait(0.2);
-  timer().startScheduledBlock(brakMission());
-  wait(1);
-  EXPECT_FALSE(app().screens.isGateShowing());
-  EXPECT_FALSE(timer().stopwatchRunning.get());
-  EXPECT_TRUE(timer().isScheduledSessionActive.get());
-}
-
-TEST_F(Session, AStoredActiveStateWithNoClockIsPutRightAtLaunch) {
-  change([](auto& s) { s.isHardcore = true; });
-  timer().startStopwatch();
-  EXPECT_TRUE(app().lifecycle.isLocked());
-  wait(5);
-  device.relaunch(Seconds(60));
-  wait(1);
-  EXPECT_FALSE(app().lifecycle.isLocked() || isBlocking());
-}
-
-TEST_F(Session, ATravellerReadsTheMissionsEndOnTheWallThere) {
-  timer().startScheduledBlock(brakMission());  // until 10:00 UTC
-  EXPECT_EQ(timer().scheduledEndMinutes(), 600);
-  device.clock.localZone = *Zone::named("Asia/Tokyo");
-  EXPECT_EQ(timer().scheduledEndMinutes(), 1140);
-  wait(1);
-  EXPECT_EQ(timer().scheduledMissionRemaining.get(), 3599);
 }
 
 TEST_F(Session, DamagedRecordsAreNoReasonNotToStart) {

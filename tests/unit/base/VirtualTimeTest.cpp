@@ -43,15 +43,6 @@ TEST_F(VirtualTime, ASuspendAddsNoTicksAndMovesOnlyTheWallClocks) {
   EXPECT_EQ(at, (std::vector<double>{1, 2, 3}));
 }
 
-TEST_F(VirtualTime, ALaneThatIsGoneTakesItsTasksWithIt) {
-  bool ran = false;
-  auto other = std::make_unique<Lane>(world);
-  other->post([&] { ran = true; });
-  other.reset();
-  world.settle();
-  EXPECT_FALSE(ran);
-}
-
 TEST_F(VirtualTime, TasksThatPostForEverAreFound) {
   std::function<void()> again = [&] { lane.post(again); };
   lane.post(again);

@@ -213,7 +213,8 @@ TEST_F(Coordination, ARunningChronoClockOnItsScreenBlocksInABreakToo) {
   EXPECT_EQ(synced(), kOff);
 }
 
-TEST_F(Coordination, ASoftMissionBringsItsOwnListsWhole) {
+TEST_F(Coordination, ASoftMissionBringsItsOwnListsWholeWhateverIsShared) {
+  share({Uuid({9}), "Shared", "flame", {"shared.com"}, {}, {}});
   timer.startScheduledBlock(mission(ScheduleProtectionMode::soft));
   EXPECT_EQ(wall(), "block awww.example.com news.com");  // in force when the call returns
   EXPECT_EQ(synced(), (Texts{"apps: close org.mail", "sites: focus: news.com awww.example.com",
@@ -229,12 +230,6 @@ TEST_F(Coordination, ABrakMissionGoesByItsChoiceEvenWhileAnotherDeviceIsFollowed
   EXPECT_EQ(wall(), "off");
   choose({}, {"docs.example.com"});
   EXPECT_EQ(synced().back(), "allow docs.example.com");
-}
-
-TEST_F(Coordination, AMissionIgnoresTheSharedSessionsList) {
-  share({Uuid({9}), "Shared", "flame", {"shared.com"}, {}, {}});
-  timer.startScheduledBlock(mission(ScheduleProtectionMode::soft));
-  EXPECT_EQ(wall(), "block awww.example.com news.com");
 }
 
 TEST_F(Coordination, AFollowerGoesByListEvenInBrakMode) {
@@ -329,27 +324,6 @@ TEST_F(Reactions, EveryCauseReachesTheBlockersOnceAndAfterTheWrite) {
   }
 }
 
-TEST_F(Reactions, ASiteAddedInARunningSessionIsBlockedAtOnce) {
-  launch();
-  soften();
-  timer.start(false);
-  lists.addSite("news.com");
-  world.settle();
-  EXPECT_EQ(wall(), "block news.com reddit.com");
-}
-
-TEST_F(Reactions, TheStopwatchScreenInABreakBlocks) {
-  launch();
-  soften();
-  timer.switchSession(shortBreak);
-  timer.start(false);
-  world.settle();
-  EXPECT_EQ(wall(), "off");
-  timer.setStopwatchMode(true);
-  world.settle();
-  EXPECT_EQ(wall(), "block reddit.com");
-}
-
 TEST_F(Reactions, AdoptingDuringABlockNeverLiftsIt) {
   launch();
   blockers.follows = true;
@@ -374,24 +348,6 @@ TEST_F(Reactions, TheSecondsOfAMissionAreNoNews) {
   EXPECT_EQ(timer.scheduledMissionRemaining.get(), 7190);
 }
 
-TEST_F(Reactions, TheHalfSecondBetweenPhasesIsFreeAndAMissionsPhasesSwitchTheWall) {
-  launch();
-  soften();
-  timer.start(false);
-  world.settle();
-  timer.skipSession();
-  world.settle();
-  EXPECT_EQ(wall(), "off");
-  auto block = mission(ScheduleProtectionMode::soft);
-  block.rhythm = ScheduleRhythm::pomodoro;
-  timer.startScheduledBlock(block);
-  EXPECT_NE(wall(), "off");
-  world.advance(Seconds(1500));
-  EXPECT_EQ(wall(), "off");
-  world.advance(Seconds(300));
-  EXPECT_NE(wall(), "off");
-}
-
 TEST_F(Reactions, StoppingLiftsEverythingAndHearsNothingMore) {
   launch();
   soften();
@@ -401,17 +357,6 @@ TEST_F(Reactions, StoppingLiftsEverythingAndHearsNothingMore) {
   lists.addSite("news.com");
   world.settle();
   EXPECT_EQ(wall(), "off");
-}
-
-TEST_F(Reactions, OnlyAnActiveHardSessionRefusesToQuit) {
-  PomodoroSettings hard = timer.settings.get();
-  hard.isHardcore = true;
-  timer.setSettings(hard);
-  EXPECT_FALSE(lifecycle.isLocked());
-  timer.start(true);
-  EXPECT_TRUE(lifecycle.isLocked());
-  timer.pause();
-  EXPECT_FALSE(lifecycle.isLocked());
 }
 
 }  // namespace

@@ -263,18 +263,6 @@ TEST_F(Following, APausedPositionIsSetAndSavedButStands) {
   EXPECT_EQ(timer().countdownRemaining.get(), 1);
 }
 
-TEST_F(Following, HaltStopsEveryClockAndKeepsPositions) {
-  timer().start(true);
-  timer().startCountdown();
-  wait(10);
-  timer().halt();
-  EXPECT_EQ(state(), "focus");
-  wait(10);
-  EXPECT_EQ(left(), 1490);
-  EXPECT_EQ(timer().stopwatchElapsed.get(), 10);
-  EXPECT_EQ(timer().countdownRemaining.get(), 3590);
-}
-
 TEST_F(Following, QuietLeavesACleanClock) {
   timer().start(true);
   timer().skipSession();

@@ -96,23 +96,5 @@ TEST_F(Modules, ACommitmentKeepsItsModuleOn) {
   EXPECT_EQ(stored(), Texts{"schedule"});
 }
 
-TEST_F(Modules, ATabShowsWhileAModuleOfItIsOn) {
-  afterStart({{"vm_enabledModules", Texts{}}});
-  for (const AppTab tab : {AppTab::focus, AppTab::extensions, AppTab::settings})
-    EXPECT_TRUE(store->isTabShown(tab)) << title(tab);
-  const std::pair<Name, AppTab> rows[] = {
-      {Name::schedule, AppTab::schedule}, {Name::budget, AppTab::rules},
-      {Name::scrollGuard, AppTab::rules}, {Name::creatorGate, AppTab::rules},
-      {Name::brakPorn, AppTab::rules},    {Name::dailyTasks, AppTab::progress},
-      {Name::habit, AppTab::progress},    {Name::deadline, AppTab::progress},
-      {Name::sounds, AppTab::sounds},     {Name::posture, AppTab::posture}};
-  for (const auto& [name, tab] : rows) {
-    EXPECT_FALSE(store->isTabShown(tab)) << title(tab);
-    set(name, true);
-    EXPECT_TRUE(store->isTabShown(tab)) << title(tab);
-    set(name, false);
-  }
-}
-
 }  // namespace
 }  // namespace velmora

@@ -21,15 +21,6 @@ class Pomodoro : public TimerFixture {
   void finishPhase() { wait(static_cast<double>(left()) + 1); }
 };
 
-TEST_F(Pomodoro, BeginsIdleWithTheFocusClockFull) {
-  EXPECT_EQ(state(), "focus");
-  EXPECT_EQ(left(), 1500);
-  EXPECT_EQ(timer().countdownRemaining.get(), 3600);
-  EXPECT_TRUE(preferences.all().empty());
-  wait(5);
-  EXPECT_EQ(left(), 1500);
-}
-
 TEST_F(Pomodoro, GoesFromStateToStateAsTheTableSays) {
   struct Row {
     const char* from;
@@ -105,22 +96,6 @@ TEST_F(Pomodoro, TicksAreCountedAndASleepingMachineLosesThem) {
   EXPECT_EQ(left(), 1488);
 }
 
-TEST_F(Pomodoro, StartingTwiceKeepsOneTick) {
-  enter("focus");
-  timer().start(false);
-  wait(10);
-  EXPECT_EQ(left(), 1480);
-  EXPECT_EQ(notifications.requests, 1);
-}
-
-TEST_F(Pomodoro, TheStopwatchRunsAlongAndStaysWhenThePhaseIsReset) {
-  enter("focus");
-  EXPECT_EQ(timer().stopwatchElapsed.get(), 10);
-  timer().reset();
-  EXPECT_FALSE(timer().stopwatchRunning.get());
-  EXPECT_EQ(timer().stopwatchElapsed.get(), 10);
-}
-
 TEST_F(Pomodoro, PauseLeavesTheSessionActiveOnlyWhileTheCountdownRuns) {
   enter("focus");
   timer().startCountdown();
@@ -139,16 +114,6 @@ TEST_F(Pomodoro, FinishingAFocusPhaseTellsEverybodyOnce) {
             (std::vector<Notice>{{"Focus session complete! 🎯", "Great work. Time for a break."}}));
   EXPECT_EQ(timer().completedSessions.get(), 1);
   EXPECT_EQ(timer().focusSessionsInBlock.get(), 1);
-}
-
-TEST_F(Pomodoro, ASkippedFocusCountsAsFinished) {
-  enter("focus");
-  change([](auto& s) { s.soundEnabled = false; });
-  timer().skipSession();
-  EXPECT_EQ(timer().completedSessions.get(), 1);
-  EXPECT_EQ(count("habit"), 1);
-  EXPECT_TRUE(sounds.played.empty());
-  EXPECT_EQ(notifications.posted.size(), 1u);
 }
 
 TEST_F(Pomodoro, ResetClearsTheCountersAndTheContext) {
@@ -370,14 +335,6 @@ TEST_F(Pomodoro, SettingsWrittenInsideAHandlerReachTheClockAtOnce) {
   EXPECT_EQ(seen, 2700);
 }
 
-TEST_F(Pomodoro, TheModesExcludeEachOther) {
-  EXPECT_TRUE(timer().effectiveBrakModeEnabled());
-  soften();
-  EXPECT_FALSE(timer().effectiveBrakModeEnabled());
-  change([](auto& s) { s.isSoftBlocklistEnabled = s.isBrakModeEnabled = false; });
-  EXPECT_FALSE(timer().effectiveBrakModeEnabled());
-}
-
 TEST_F(Pomodoro, TextsAndProgressFollowTheClocks) {
   enter("focus");
   EXPECT_EQ(timer().timeString(), "24:50");
@@ -392,21 +349,6 @@ TEST_F(Pomodoro, TextsAndProgressFollowTheClocks) {
   EXPECT_DOUBLE_EQ(timer().stopwatchProgress(), 10.0 / 3600);
   change([](auto& s) { s.focusDuration = 0; });
   EXPECT_DOUBLE_EQ(timer().progress(), 0.0);
-}
-
-TEST_F(Pomodoro, HardcoreTakesTheControlsButTheServiceStillObeys) {
-  enter("focus");
-  const auto shown = [&] {
-    const auto c = timer().controls();
-    return std::vector<bool>{c.reset,      c.playPause,     c.skip,
-                             c.switchType, c.emergencyPass, c.hardcoreSwitch};
-  };
-  EXPECT_EQ(shown(), (std::vector<bool>{true, true, true, false, true, false}));
-  change([](auto& s) { s.isHardcore = true; });
-  EXPECT_EQ(shown(), (std::vector<bool>{false, false, false, false, true, false}));
-  timer().pause();
-  EXPECT_EQ(state(), "focus");
-  EXPECT_EQ(shown(), (std::vector<bool>{false, true, false, true, false, true}));
 }
 
 }  // namespace
