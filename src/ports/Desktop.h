@@ -48,8 +48,9 @@ class Desktop {
     bool pointer = false;
   };
   virtual ~Desktop() = default;
-  // Never waits longer than a few milliseconds. When the display server is gone the window list
-  // is absent and the displays are empty.
+  // Takes a few milliseconds; waits for a busy display server a tenth of a second at the most, and
+  // not again before it has caught up. When the server is gone the window list is absent and the
+  // displays are empty.
   virtual DesktopSnapshot snapshot(Wants wants) = 0;
 };
 

@@ -14,8 +14,10 @@
 namespace velmora {
 namespace {
 
-// A server that is slower keeps us waiting no longer: the last picture is shown once more.
-constexpr std::chrono::milliseconds kPatience{20};
+// A server that is slower keeps us waiting no longer: the last picture is shown once more, until it
+// has caught up. On a busy machine a server that is well takes tens of milliseconds for its turn,
+// and a picture that is out of date sends a page away that is not on screen any more.
+constexpr std::chrono::milliseconds kPatience{100};
 constexpr Seconds kReconnectInterval{3};
 
 }  // namespace
