@@ -328,6 +328,7 @@ TEST_F(Pomodoro, SettingsWrittenInsideAHandlerReachTheClockAtOnce) {
   int64_t seen = 0;
   const Subscription s = timer().settings.onWrite([&](const PomodoroSettings& settings) {
     if (settings.focusDuration == 45) return;
+    EXPECT_EQ(left(), 600);  // before any observer
     change([](auto& nested) { nested.focusDuration = 45; });
     seen = left();
   });
