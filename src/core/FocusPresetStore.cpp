@@ -122,7 +122,9 @@ void FocusPresetStore::updatePreset(const FocusPreset& preset) {
 }
 
 void FocusPresetStore::addApp(std::string name, std::string bundleID, const FocusPreset& to) {
-  FocusPreset preset = to;
+  const FocusPreset* current = find(to.id);  // the caller's copy may be an older one
+  if (!current) return;
+  FocusPreset preset = *current;
   if (std::ranges::find(preset.allowedApps, bundleID, &BlockedApp::bundleID) !=
       preset.allowedApps.end())
     return;
@@ -132,7 +134,9 @@ void FocusPresetStore::addApp(std::string name, std::string bundleID, const Focu
 }
 
 void FocusPresetStore::removeApp(const BlockedApp& app, const FocusPreset& from) {
-  FocusPreset preset = from;
+  const FocusPreset* current = find(from.id);
+  if (!current) return;
+  FocusPreset preset = *current;
   std::erase_if(preset.allowedApps, [&](const auto& a) { return a.bundleID == app.bundleID; });
   updatePreset(preset);
 }
@@ -140,7 +144,9 @@ void FocusPresetStore::removeApp(const BlockedApp& app, const FocusPreset& from)
 void FocusPresetStore::addSite(std::string_view domain, const FocusPreset& to) {
   const std::string clean = cleanDomain(domain);
   if (clean.empty()) return;
-  FocusPreset preset = to;
+  const FocusPreset* current = find(to.id);  // the caller's copy may be an older one
+  if (!current) return;
+  FocusPreset preset = *current;
   for (const auto& site : preset.allowedSites)
     if (site.cleanDomain() == clean) return;
   preset.allowedSites.push_back({random_.uuid(), clean});
@@ -148,7 +154,9 @@ void FocusPresetStore::addSite(std::string_view domain, const FocusPreset& to) {
 }
 
 void FocusPresetStore::removeSite(const BlockedSite& site, const FocusPreset& from) {
-  FocusPreset preset = from;
+  const FocusPreset* current = find(from.id);
+  if (!current) return;
+  FocusPreset preset = *current;
   std::erase_if(preset.allowedSites,
                 [&](const auto& s) { return s.cleanDomain() == site.cleanDomain(); });
   updatePreset(preset);

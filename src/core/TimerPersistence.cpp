@@ -160,8 +160,11 @@ void TimerService::resumeRestored() {
   resumeTimer_ = loop_.after(kResumeDelay, [this] {
     const auto actions = std::exchange(resumes_, {});
     for (const auto& action : actions) action();
-    // Where the gate had to be raised first, no clock is live yet.
-    deactivateUnlessLive(isRunning.get() || stopwatchRunning.get() || countdownRunning.get());
+    const bool isLive = isRunning.get() || stopwatchRunning.get() || countdownRunning.get();
+    if (isLive) return;
+    // The gate had to be raised first: no clock is live, and waiting there costs no time.
+    deactivateUnlessLive(isLive);
+    saveState();
   });
 }
 

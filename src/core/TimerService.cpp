@@ -119,12 +119,12 @@ void TimerService::setSettings(const PomodoroSettings& value) {
 
 void TimerService::setStopwatchMode(bool on) {
   isStopwatchMode.set(on);
-  saveState();
+  if (!isAboutToResume()) saveState();  // what is stored still says that the clock runs
 }
 
 void TimerService::setChronoCountdownMode(bool on) {
   isChronoCountdownMode.set(on);
-  saveState();
+  if (!isAboutToResume()) saveState();
 }
 
 void TimerService::reloadClock() {
@@ -190,12 +190,18 @@ void TimerService::tick() {
 
 void TimerService::pause() {
   if (isScheduledSessionActive.get()) return stopScheduledSessionByUser();
+  stopClock();
+  saveState();
+}
+
+void TimerService::stopClock() {
   pendingAutoStart_.reset();
   dropResumes();
   isRunning.set(false);
   timer_.reset();
   pauseStopwatchEngine();
-  saveState();
+  // The stopwatch may have been paused on its own before.
+  if (!countdownRunning.get()) isSessionActive.setIfChanged(false);
 }
 
 void TimerService::reset() {
@@ -238,7 +244,7 @@ void TimerService::completeSession() {
   const bool blockFinished = isFocus ? limitReached && !longBreakDue
                                      : finished == SessionType::longBreak && stopAfterCurrentBreak_;
 
-  pause();
+  stopClock();  // saved with what comes next, so that a kill in between loses no finished phase
   if (s.soundEnabled) sounds_.play(soundName(finished));
   sendNotification(finished, blockFinished);
 

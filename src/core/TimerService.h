@@ -205,6 +205,8 @@ class TimerService {
   void tick();
   void scheduledTick();
   void completeSession();
+  // What a pause does, without saving it.
+  void stopClock();
   void endBlock();
   void scheduleAutoStart();
   void sendNotification(SessionType finished, bool blockFinished);
