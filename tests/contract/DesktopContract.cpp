@@ -144,7 +144,9 @@ TEST_P(DesktopContract, AMinimisedWindowLeavesItsApplicationRunning) {
   EXPECT_EQ(look().applications.size(), 1u);
 }
 
-TEST_P(DesktopContract, NoPointerUnlessAsked) { EXPECT_EQ(look(false).pointer, std::nullopt); }
+TEST_P(DesktopContract, NoPointerUnlessAsked) {
+  EXPECT_EQ(look(false).pointer, std::nullopt);
+}
 
 TEST_P(DesktopContract, WithoutAServerThereIsNothingToSee) {
   EXPECT_FALSE(look().displays.empty());

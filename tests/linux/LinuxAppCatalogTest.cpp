@@ -1,6 +1,6 @@
-#include "platform/linux/LinuxAppCatalog.h"
-
 #include <gtest/gtest.h>
+
+#include "platform/linux/LinuxAppCatalog.h"
 
 namespace velmora {
 namespace {
@@ -15,9 +15,9 @@ TEST(LinuxAppCatalog, BrowsersAreReadInTheirOrder) {
     EXPECT_TRUE(catalog.browserBundleIDs().contains(browser.bundleID));
   }
   const std::vector<std::string> expected{
-      "com.brave.Browser",  "company.thebrowser.Browser", "com.google.Chrome",
-      "com.microsoft.edgemac", "com.apple.Safari",        "org.chromium.Chromium",
-      "com.vivaldi.Vivaldi", "com.operasoftware.Opera",   "org.mozilla.firefox"};
+      "com.brave.Browser",     "company.thebrowser.Browser", "com.google.Chrome",
+      "com.microsoft.edgemac", "com.apple.Safari",           "org.chromium.Chromium",
+      "com.vivaldi.Vivaldi",   "com.operasoftware.Opera",    "org.mozilla.firefox"};
   EXPECT_EQ(ids, expected);
 }
 
@@ -56,9 +56,9 @@ TEST(LinuxAppCatalog, UnknownNamesStayAsTheyAre) {
 
 TEST(LinuxAppCatalog, BrowsersWithoutALinkAreKnownButNotRead) {
   const LinuxAppCatalog catalog;
-  for (const char* id : {"librewolf", "org.gnome.Epiphany", "org.kde.falkon", "org.kde.konqueror",
-                         "org.qutebrowser.qutebrowser", "com.google.Chrome.canary",
-                         "com.kagi.kagimacOS"}) {
+  for (const char* id :
+       {"librewolf", "org.gnome.Epiphany", "org.kde.falkon", "org.kde.konqueror",
+        "org.qutebrowser.qutebrowser", "com.google.Chrome.canary", "com.kagi.kagimacOS"}) {
     EXPECT_TRUE(catalog.browserBundleIDs().contains(id)) << id;
   }
   EXPECT_EQ(catalog.browserBundleIDs().size(), catalog.browsers().size() + 7);

@@ -1,5 +1,3 @@
-#include "platform/linux/LogindSession.h"
-
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <systemd/sd-bus.h>
@@ -10,6 +8,7 @@
 
 #include "linux/PrivateXServer.h"
 #include "platform/linux/EventLoop.h"
+#include "platform/linux/LogindSession.h"
 
 namespace velmora {
 namespace {

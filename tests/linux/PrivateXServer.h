@@ -88,8 +88,8 @@ class PrivateXServer {
   explicit PrivateXServer(int number = -1) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return;
-    std::vector<std::string> arguments{"Xvfb", "-displayfd", "3",   "-screen",    "0",
-                                       "1280x1024x24", "-nolisten", "tcp", "-noreset"};
+    std::vector<std::string> arguments{"Xvfb",         "-displayfd", "3",   "-screen", "0",
+                                       "1280x1024x24", "-nolisten",  "tcp", "-noreset"};
     if (number >= 0) arguments.insert(arguments.begin() + 1, ":" + std::to_string(number));
     server_ = Child(arguments, "", ends[1]);
     close(ends[1]);
@@ -106,9 +106,7 @@ class PrivateXServer {
   std::string display() const { return ":" + std::to_string(number_); }
   int number() const { return number_; }
   Child& server() { return server_; }
-  void startWindowManager() {
-    manager_ = Child({"openbox", "--sm-disable"}, display());
-  }
+  void startWindowManager() { manager_ = Child({"openbox", "--sm-disable"}, display()); }
   void kill() {
     manager_.kill();
     server_.kill();
@@ -162,14 +160,14 @@ class XClient {
   xcb_window_t make(const Look& look) {
     const xcb_window_t window = xcb_generate_id(connection_);
     const uint32_t override = look.isOverride;
-    xcb_create_window(connection_, 0, window, root_, static_cast<int16_t>(look.frame.x),
-                      static_cast<int16_t>(look.frame.y), static_cast<uint16_t>(look.frame.width),
-                      static_cast<uint16_t>(look.frame.height), 0,
-                      look.isInputOnly ? XCB_WINDOW_CLASS_INPUT_ONLY
-                                       : XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                      XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &override);
-    if (!look.type.empty()) setAtom(window, "_NET_WM_WINDOW_TYPE",
-                                    "_NET_WM_WINDOW_TYPE_" + look.type);
+    xcb_create_window(
+        connection_, 0, window, root_, static_cast<int16_t>(look.frame.x),
+        static_cast<int16_t>(look.frame.y), static_cast<uint16_t>(look.frame.width),
+        static_cast<uint16_t>(look.frame.height), 0,
+        look.isInputOnly ? XCB_WINDOW_CLASS_INPUT_ONLY : XCB_WINDOW_CLASS_INPUT_OUTPUT,
+        XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &override);
+    if (!look.type.empty())
+      setAtom(window, "_NET_WM_WINDOW_TYPE", "_NET_WM_WINDOW_TYPE_" + look.type);
     const std::string names = look.instance + '\0' + look.windowClass + '\0';
     setText(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, names);
     setTitle(window, look.title);
@@ -191,8 +189,7 @@ class XClient {
   void setCardinals(xcb_window_t window, const std::string& property,
                     const std::vector<uint32_t>& values) {
     xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atom(property),
-                        XCB_ATOM_CARDINAL, 32, static_cast<uint32_t>(values.size()),
-                        values.data());
+                        XCB_ATOM_CARDINAL, 32, static_cast<uint32_t>(values.size()), values.data());
     sync();
   }
   void setAtom(xcb_window_t window, const std::string& property, const std::string& value) {

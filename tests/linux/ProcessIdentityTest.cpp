@@ -1,11 +1,10 @@
-#include "platform/linux/ProcessIdentity.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <map>
 
 #include "platform/linux/LinuxAppCatalog.h"
+#include "platform/linux/ProcessIdentity.h"
 
 namespace velmora {
 namespace {
@@ -57,9 +56,9 @@ TEST(ApplicationOfCgroup, ReadsTheNamesThatDesktopsGive) {
   EXPECT_EQ(applicationOfCgroup(base + "app-org.gnome.Calls.slice"), "org.gnome.Calls");
   EXPECT_EQ(applicationOfCgroup(base + "app-flatpak-org.gimp.GIMP-12.scope/inner"),
             "org.gimp.GIMP");
-  EXPECT_EQ(applicationOfCgroup(
-                base + "snap.firefox.firefox-0f9d5f5e-1d2c-4b5a-9f6e-3a2b1c0d9e8f.scope"),
-            "firefox_firefox");
+  EXPECT_EQ(
+      applicationOfCgroup(base + "snap.firefox.firefox-0f9d5f5e-1d2c-4b5a-9f6e-3a2b1c0d9e8f.scope"),
+      "firefox_firefox");
 }
 
 TEST(ApplicationOfCgroup, ShellsAndSessionsNameNoApplication) {

@@ -14,7 +14,8 @@ class LinuxAppCatalog final : public AppCatalog {
 
   const std::vector<Browser>& browsers() const override { return browsers_; }
   const std::set<std::string>& browserBundleIDs() const override { return browserBundleIDs_; }
-  // Letter case is ignored where the identity or its alias is known; a ".desktop" suffix is dropped.
+  // Letter case is ignored where the identity or its alias is known; a ".desktop" suffix is
+  // dropped.
   std::string canonicalID(std::string_view id) const override;
 
   // Whether canonicalID folds this name into an identity that the catalog lists.

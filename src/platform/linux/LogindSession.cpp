@@ -18,7 +18,9 @@ constexpr const char* kUser = "org.freedesktop.login1.User";
 constexpr const char* kSession = "org.freedesktop.login1.Session";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 
-bool isError(sd_bus_message* reply) { return sd_bus_message_is_method_error(reply, nullptr) != 0; }
+bool isError(sd_bus_message* reply) {
+  return sd_bus_message_is_method_error(reply, nullptr) != 0;
+}
 
 // A call or a match, which ends with its owner.
 class Slot {
@@ -62,8 +64,8 @@ class LogindSession::Impl {
   }
 
   void disconnect() {
-    for (Slot* slot : {&disconnected_, &owner_, &sessionNew_, &sessionRemoved_, &changed_, &find_,
-                       &read_}) {
+    for (Slot* slot :
+         {&disconnected_, &owner_, &sessionNew_, &sessionRemoved_, &changed_, &find_, &read_}) {
       slot->reset();
     }
     bus_ = sd_bus_close_unref(bus_);
@@ -106,8 +108,8 @@ class LogindSession::Impl {
       static_cast<Impl*>(self)->findByProcess();
       return 0;
     };
-    for (const auto& [slot, signal] : {std::pair{&sessionNew_, "SessionNew"},
-                                       std::pair{&sessionRemoved_, "SessionRemoved"}}) {
+    for (const auto& [slot, signal] :
+         {std::pair{&sessionNew_, "SessionNew"}, std::pair{&sessionRemoved_, "SessionRemoved"}}) {
       const int r = sd_bus_match_signal_async(bus_, slot->fresh(), kService, kManagerPath, kManager,
                                               signal, look, nullptr, this);
       if (r < 0) return r;
@@ -212,6 +214,8 @@ LogindSession::LogindSession(EventLoop& loop, Seconds reconnectInterval)
     : impl_(std::make_unique<Impl>(loop, reconnectInterval)) {}
 LogindSession::~LogindSession() = default;
 
-bool LogindSession::onConsoleAndUnlocked() const { return impl_->onConsoleAndUnlocked(); }
+bool LogindSession::onConsoleAndUnlocked() const {
+  return impl_->onConsoleAndUnlocked();
+}
 
 }  // namespace velmora

@@ -172,7 +172,9 @@ std::optional<uint64_t> ProcSource::startTime(int32_t pid) const {
   return startTimeOfStat(contents(procPath(pid, "stat")));
 }
 
-std::string ProcSource::cgroup(int32_t pid) const { return contents(procPath(pid, "cgroup")); }
+std::string ProcSource::cgroup(int32_t pid) const {
+  return contents(procPath(pid, "cgroup"));
+}
 
 std::string ProcSource::executable(int32_t pid) const {
   std::array<char, PATH_MAX> buffer;

@@ -64,8 +64,8 @@ std::unique_ptr<X11Connection> X11Connection::open(const std::string& display,
                                                    EventHandler onEvent) {
   int number = 0;
   xcb_connection_t* connection = xcb_connect(display.empty() ? nullptr : display.c_str(), &number);
-  xcb_screen_t* screen = xcb_connection_has_error(connection) ? nullptr
-                                                              : screenAt(connection, number);
+  xcb_screen_t* screen =
+      xcb_connection_has_error(connection) ? nullptr : screenAt(connection, number);
   if (!screen) {
     xcb_disconnect(connection);
     return nullptr;
@@ -82,7 +82,9 @@ X11Connection::X11Connection(xcb_connection_t* connection, xcb_screen_t* screen,
   findExtensions();
 }
 
-X11Connection::~X11Connection() { xcb_disconnect(connection_); }
+X11Connection::~X11Connection() {
+  xcb_disconnect(connection_);
+}
 
 void X11Connection::internAtoms(int screenNumber) {
   std::array<xcb_intern_atom_cookie_t, static_cast<size_t>(XAtom::count)> cookies;
@@ -90,8 +92,8 @@ void X11Connection::internAtoms(int screenNumber) {
     const std::string name = i == static_cast<size_t>(XAtom::compositor)
                                  ? "_NET_WM_CM_S" + std::to_string(screenNumber)
                                  : kXAtomNames[i];
-    cookies[i] = xcb_intern_atom(connection_, false, static_cast<uint16_t>(name.size()),
-                                 name.c_str());
+    cookies[i] =
+        xcb_intern_atom(connection_, false, static_cast<uint16_t>(name.size()), name.c_str());
   }
   for (size_t i = 0; i < cookies.size(); ++i) {
     const auto reply = take<xcb_intern_atom_reply>(cookies[i]);
@@ -125,9 +127,13 @@ void X11Connection::findExtensions() {
   }
 }
 
-int X11Connection::descriptor() const { return xcb_get_file_descriptor(connection_); }
+int X11Connection::descriptor() const {
+  return xcb_get_file_descriptor(connection_);
+}
 
-bool X11Connection::isBroken() const { return xcb_connection_has_error(connection_) != 0; }
+bool X11Connection::isBroken() const {
+  return xcb_connection_has_error(connection_) != 0;
+}
 
 uint32_t X11Connection::ownerOf(xcb_window_t window) const {
   return window & ~xcb_get_setup(connection_)->resource_id_mask;

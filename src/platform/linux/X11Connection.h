@@ -138,7 +138,7 @@ class X11Connection {
   bool canTellPids_ = false;
   bool canTellPower_ = false;
   std::optional<uint8_t> randrFirstEvent_;
-  std::vector<unsigned int> asked_;       // sequence numbers
+  std::vector<unsigned int> asked_;      // sequence numbers
   std::optional<unsigned int> overdue_;  // the last question of a batch that was given up
   uint64_t roundTrips_ = 0;
 };

@@ -45,10 +45,10 @@ class X11Desktop::Impl {
 
  private:
   void connect() {
-    nextAttempt_ = clock_.monotonic() +
-                   std::chrono::duration_cast<Monotonic::duration>(kReconnectInterval);
-    connection_ = X11Connection::open(options_.display,
-                                      [this](const xcb_generic_event_t& e) { onEvent(e); });
+    nextAttempt_ =
+        clock_.monotonic() + std::chrono::duration_cast<Monotonic::duration>(kReconnectInterval);
+    connection_ =
+        X11Connection::open(options_.display, [this](const xcb_generic_event_t& e) { onEvent(e); });
     if (!connection_) return;
     reader_ = std::make_unique<X11WindowReader>(*connection_);
     isStale_ = true;
@@ -83,6 +83,7 @@ class X11Desktop::Impl {
     if (isStale_) {
       readAll(wants, deadline);
     } else {
+      std::erase_if(staleTitles_, [this](xcb_window_t window) { return !isKnown(window); });
       if (!staleTitles_.empty()) readTitles(deadline);
       if (!connection_->isBehind()) {
         reader_->readLive({wants.pointer, hasTranslucent_}, live_, deadline);
@@ -211,11 +212,18 @@ class X11Desktop::Impl {
       if (isOneOf({XAtom::clientListStacking, XAtom::activeWindow, XAtom::currentDesktop})) {
         isStale_ = true;
       }
-    } else if (isOneOf({XAtom::wmName})) {
-      if (isKnown(window)) staleTitles_.insert(window);
-    } else if (property == XCB_ATOM_WM_CLASS || property == XCB_ATOM_WM_CLIENT_MACHINE ||
-               isOneOf({XAtom::wmState, XAtom::wmDesktop, XAtom::windowType, XAtom::frameExtents,
-                        XAtom::gtkFrameExtents, XAtom::opacity, XAtom::wmPid, XAtom::layer})) {
+      return;
+    }
+    const bool isTitle = isOneOf({XAtom::wmName});
+    const bool matters =
+        isTitle || property == XCB_ATOM_WM_CLASS || property == XCB_ATOM_WM_CLIENT_MACHINE ||
+        isOneOf({XAtom::wmState, XAtom::wmDesktop, XAtom::windowType, XAtom::frameExtents,
+                 XAtom::gtkFrameExtents, XAtom::opacity, XAtom::wmPid, XAtom::layer});
+    if (!matters) return;
+    reader_->onPropertyChanged(window);
+    if (isTitle) {
+      staleTitles_.insert(window);
+    } else {
       isStale_ = true;
     }
   }
@@ -257,10 +265,20 @@ X11Desktop::X11Desktop(EventLoop& loop, const LinuxAppCatalog& catalog, const Cl
     : impl_(std::make_unique<Impl>(loop, catalog, clock, std::move(options))) {}
 X11Desktop::~X11Desktop() = default;
 
-DesktopSnapshot X11Desktop::snapshot(Wants wants) { return impl_->snapshot(wants); }
-const std::vector<X11Window>& X11Desktop::windows() const { return impl_->windows(); }
-uint64_t X11Desktop::generation() const { return impl_->generation(); }
-uint64_t X11Desktop::roundTrips() const { return impl_->roundTrips(); }
-uint64_t X11Desktop::fullReads() const { return impl_->fullReads(); }
+DesktopSnapshot X11Desktop::snapshot(Wants wants) {
+  return impl_->snapshot(wants);
+}
+const std::vector<X11Window>& X11Desktop::windows() const {
+  return impl_->windows();
+}
+uint64_t X11Desktop::generation() const {
+  return impl_->generation();
+}
+uint64_t X11Desktop::roundTrips() const {
+  return impl_->roundTrips();
+}
+uint64_t X11Desktop::fullReads() const {
+  return impl_->fullReads();
+}
 
 }  // namespace velmora

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#include <utility>
 
 #include "base/Text.h"
 
@@ -20,28 +22,8 @@ constexpr uint32_t kUndeclared = 0xFFFFFFFF;
 constexpr uint32_t kMaxWindows = 4096;
 constexpr uint32_t kMaxTitleWords = 1024;
 
-Rect rectOf(double x, double y, double width, double height) { return {x, y, width, height}; }
-
-// Left, right, top and bottom, as both frame properties give them.
-struct Edges {
-  double left = 0.0, right = 0.0, top = 0.0, bottom = 0.0;
-};
-
-std::optional<Edges> edgesOf(const XProperty& property) {
-  const auto words = property.words();
-  if (words.size() < 4) return std::nullopt;
-  return Edges{double(words[0]), double(words[1]), double(words[2]), double(words[3])};
-}
-
-Rect grown(const Rect& r, const Edges& by) {
-  return rectOf(r.x - by.left, r.y - by.top, r.width + by.left + by.right,
-                r.height + by.top + by.bottom);
-}
-
-// A shadow that leaves nothing of the window is no shadow.
-Rect withoutShadow(const Rect& r, const Edges& shadow) {
-  if (shadow.left + shadow.right >= r.width || shadow.top + shadow.bottom >= r.height) return r;
-  return grown(r, {-shadow.left, -shadow.right, -shadow.top, -shadow.bottom});
+Rect rectOf(double x, double y, double width, double height) {
+  return {x, y, width, height};
 }
 
 bool covers(const Rect& outer, const Rect& inner) {
@@ -85,6 +67,13 @@ struct X11WindowReader::Overview {
   std::vector<Rect> monitors;
 };
 
+struct X11WindowReader::PropertyQuestions {
+  xcb_get_property_cookie_t state, workspace, type, frame, shadow, opacity, names, title;
+  std::optional<xcb_get_property_cookie_t> layer;
+  // Where the server can't tell whose the window is.
+  std::optional<xcb_get_property_cookie_t> pid, machine;
+};
+
 struct X11WindowReader::WindowQuestions {
   xcb_window_t window = 0;
   bool isManaged = false;
@@ -92,10 +81,7 @@ struct X11WindowReader::WindowQuestions {
   xcb_get_window_attributes_cookie_t attributes;
   xcb_get_geometry_cookie_t geometry;
   xcb_translate_coordinates_cookie_t origin;
-  xcb_get_property_cookie_t state, workspace, type, frame, shadow, opacity, names, title;
-  // Where the server can't tell whose the window is.
-  std::optional<xcb_get_property_cookie_t> pid, machine;
-  std::optional<xcb_get_property_cookie_t> layer;
+  std::optional<PropertyQuestions> properties;
   std::optional<xcb_query_tree_cookie_t> parent;
   std::optional<xcb_get_property_cookie_t> frameOpacity;
 };
@@ -110,6 +96,23 @@ struct X11WindowReader::GrandparentQuestion {
   xcb_window_t client;
   xcb_query_tree_cookie_t tree;
 };
+
+X11WindowReader::Edges X11WindowReader::edgesOf(const XProperty& property) {
+  const auto words = property.words();
+  if (words.size() < 4) return {};
+  return {double(words[0]), double(words[1]), double(words[2]), double(words[3])};
+}
+
+Rect X11WindowReader::grown(const Rect& r, const Edges& by) {
+  return rectOf(r.x - by.left, r.y - by.top, r.width + by.left + by.right,
+                r.height + by.top + by.bottom);
+}
+
+// A shadow that leaves nothing of the window is no shadow.
+Rect X11WindowReader::withoutShadow(const Rect& r, const Edges& shadow) {
+  if (shadow.left + shadow.right >= r.width || shadow.top + shadow.bottom >= r.height) return r;
+  return grown(r, {-shadow.left, -shadow.right, -shadow.top, -shadow.bottom});
+}
 
 X11WindowReader::X11WindowReader(X11Connection& connection) : connection_(connection) {
   auto* c = connection_.raw();
@@ -126,7 +129,15 @@ X11WindowReader::X11WindowReader(X11Connection& connection) : connection_(connec
 
 void X11WindowReader::onDestroyed(xcb_window_t window) {
   known_.erase(window);
+  frames_.erase(window);
   listened_.erase(window);
+}
+
+void X11WindowReader::onPropertyChanged(xcb_window_t window) {
+  const auto known = known_.find(window);
+  if (known != known_.end()) known->second.isDirty = true;
+  const auto frame = frames_.find(window);
+  if (frame != frames_.end()) frame->second.isDirty = true;
 }
 
 void X11WindowReader::onReparented(xcb_window_t window) {
@@ -139,8 +150,7 @@ X11WindowReader::LiveQuestions X11WindowReader::askLive(LiveWants wants) {
   LiveQuestions q;
   if (wants.pointer) q.pointer = connection_.ask(xcb_query_pointer(c, connection_.root()));
   if (wants.compositor) {
-    q.compositor =
-        connection_.ask(xcb_get_selection_owner(c, connection_.atom(XAtom::compositor)));
+    q.compositor = connection_.ask(xcb_get_selection_owner(c, connection_.atom(XAtom::compositor)));
   }
   if (connection_.canTellPower()) q.power = connection_.ask(xcb_dpms_info(c));
   return q;
@@ -176,9 +186,9 @@ std::optional<std::unordered_map<xcb_window_t, std::string>> X11WindowReader::re
     const std::unordered_set<xcb_window_t>& windows, X11Connection::Clock::time_point deadline) {
   std::vector<std::pair<xcb_window_t, xcb_get_property_cookie_t>> asked;
   for (const xcb_window_t window : windows) {
-    asked.emplace_back(window, connection_.askProperty(window, connection_.atom(XAtom::wmName),
-                                                       connection_.atom(XAtom::utf8String),
-                                                       kMaxTitleWords));
+    asked.emplace_back(
+        window, connection_.askProperty(window, connection_.atom(XAtom::wmName),
+                                        connection_.atom(XAtom::utf8String), kMaxTitleWords));
   }
   if (!connection_.await(deadline)) return std::nullopt;
   std::unordered_map<xcb_window_t, std::string> titles;
@@ -276,12 +286,12 @@ X11WindowReader::WindowQuestions X11WindowReader::askWindow(xcb_window_t window,
                                                             const Overview& overview) {
   listenTo(window);
   auto* c = connection_.raw();
-  const auto ask = [&](xcb_window_t of, XAtom property, xcb_atom_t type, uint32_t words) {
-    return connection_.askProperty(of, connection_.atom(property), type, words);
-  };
-  const auto [known, isNew] = known_.try_emplace(window);
-  if (!isManaged) known->second.top = window;
-  known->second.isRead = true;
+  const auto [entry, isNew] = known_.try_emplace(window);
+  Known& known = entry->second;
+  if (!isManaged) known.top = window;
+  // Of managed and other windows different properties count.
+  if (std::exchange(known.isManaged, isManaged) != isManaged) known.isDirty = true;
+  known.isRead = true;
 
   WindowQuestions q;
   q.window = window;
@@ -290,27 +300,48 @@ X11WindowReader::WindowQuestions X11WindowReader::askWindow(xcb_window_t window,
   q.attributes = connection_.ask(xcb_get_window_attributes(c, window));
   q.geometry = connection_.ask(xcb_get_geometry(c, window));
   q.origin = connection_.ask(xcb_translate_coordinates(c, window, connection_.root(), 0, 0));
-  q.state = ask(window, XAtom::wmState, XCB_ATOM_ATOM, 32);
-  q.workspace = ask(window, XAtom::wmDesktop, XCB_ATOM_CARDINAL, 1);
-  q.type = ask(window, XAtom::windowType, XCB_ATOM_ATOM, 8);
-  q.frame = ask(window, XAtom::frameExtents, XCB_ATOM_CARDINAL, 4);
-  q.shadow = ask(window, XAtom::gtkFrameExtents, XCB_ATOM_CARDINAL, 4);
-  q.opacity = ask(window, XAtom::opacity, XCB_ATOM_CARDINAL, 1);
-  q.names = connection_.askProperty(window, XCB_ATOM_WM_CLASS, XCB_GET_PROPERTY_TYPE_ANY, 128);
-  q.title = ask(window, XAtom::wmName, connection_.atom(XAtom::utf8String), kMaxTitleWords);
-  if (!overview.pids.contains(connection_.ownerOf(window))) {
-    q.pid = ask(window, XAtom::wmPid, XCB_ATOM_CARDINAL, 1);
-    q.machine = connection_.askProperty(window, XCB_ATOM_WM_CLIENT_MACHINE,
-                                        XCB_GET_PROPERTY_TYPE_ANY, 64);
+  // A change that is told of while we wait makes it dirty again, for the next read.
+  if (std::exchange(known.isDirty, false)) {
+    q.properties = askProperties(window, isManaged, overview);
   }
-  if (!isManaged) q.layer = ask(window, XAtom::layer, XCB_ATOM_CARDINAL, 1);
-  const auto& top = known->second.top;
-  if (!top) {
+  if (!known.top) {
     q.parent = connection_.ask(xcb_query_tree(c, window));
-  } else if (*top != window && *top != XCB_WINDOW_NONE) {
-    q.frameOpacity = ask(*top, XAtom::opacity, XCB_ATOM_CARDINAL, 1);
+  } else {
+    q.frameOpacity = askFrameOpacity(window, *known.top);
   }
   return q;
+}
+
+X11WindowReader::PropertyQuestions X11WindowReader::askProperties(xcb_window_t window,
+                                                                  bool isManaged,
+                                                                  const Overview& overview) {
+  const auto ask = [&](XAtom property, xcb_atom_t type, uint32_t words) {
+    return connection_.askProperty(window, connection_.atom(property), type, words);
+  };
+  PropertyQuestions q;
+  q.state = ask(XAtom::wmState, XCB_ATOM_ATOM, 32);
+  q.workspace = ask(XAtom::wmDesktop, XCB_ATOM_CARDINAL, 1);
+  q.type = ask(XAtom::windowType, XCB_ATOM_ATOM, 8);
+  q.frame = ask(XAtom::frameExtents, XCB_ATOM_CARDINAL, 4);
+  q.shadow = ask(XAtom::gtkFrameExtents, XCB_ATOM_CARDINAL, 4);
+  q.opacity = ask(XAtom::opacity, XCB_ATOM_CARDINAL, 1);
+  q.names = connection_.askProperty(window, XCB_ATOM_WM_CLASS, XCB_GET_PROPERTY_TYPE_ANY, 128);
+  q.title = ask(XAtom::wmName, connection_.atom(XAtom::utf8String), kMaxTitleWords);
+  if (!isManaged) q.layer = ask(XAtom::layer, XCB_ATOM_CARDINAL, 1);
+  if (!overview.pids.contains(connection_.ownerOf(window))) {
+    q.pid = ask(XAtom::wmPid, XCB_ATOM_CARDINAL, 1);
+    q.machine =
+        connection_.askProperty(window, XCB_ATOM_WM_CLIENT_MACHINE, XCB_GET_PROPERTY_TYPE_ANY, 64);
+  }
+  return q;
+}
+
+std::optional<xcb_get_property_cookie_t> X11WindowReader::askFrameOpacity(xcb_window_t window,
+                                                                          xcb_window_t top) {
+  if (top == window || top == XCB_WINDOW_NONE) return std::nullopt;
+  listenTo(top);
+  if (!std::exchange(frames_[top].isDirty, false)) return std::nullopt;
+  return connection_.askProperty(top, connection_.atom(XAtom::opacity), XCB_ATOM_CARDINAL, 1);
 }
 
 int X11WindowReader::layerOf(std::span<const uint32_t> types) const {
@@ -351,8 +382,8 @@ std::vector<xcb_window_t> X11WindowReader::takeShown(const std::vector<Stranger>
   std::vector<xcb_window_t> out;
   for (const auto& stranger : strangers) {
     const auto a = connection_.take<xcb_get_window_attributes_reply>(stranger.attributes);
-    const bool isShown = a && a->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT &&
-                         a->map_state == XCB_MAP_STATE_VIEWABLE;
+    const bool isShown =
+        a && a->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT && a->map_state == XCB_MAP_STATE_VIEWABLE;
     if (isShown && !known.contains(stranger.window)) out.push_back(stranger.window);
   }
   return out;
@@ -370,9 +401,7 @@ std::vector<X11WindowReader::GrandparentQuestion> X11WindowReader::takeParents(
       top = q.window;
     } else if (overview.depth.contains(tree->parent)) {
       top = tree->parent;
-      listenTo(*top);
-      q.frameOpacity = connection_.askProperty(*top, connection_.atom(XAtom::opacity),
-                                               XCB_ATOM_CARDINAL, 1);
+      q.frameOpacity = askFrameOpacity(q.window, *top);
     } else {
       further.push_back(
           {q.window, connection_.ask(xcb_query_tree(connection_.raw(), tree->parent))});
@@ -387,69 +416,82 @@ void X11WindowReader::takeGrandparents(const std::vector<GrandparentQuestion>& q
     const auto tree = connection_.take<xcb_query_tree_reply>(q.tree);
     const bool isFrame = tree && overview.depth.contains(tree->parent);
     known_[q.client].top = isFrame ? tree->parent : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
-    if (isFrame) listenTo(tree->parent);
   }
 }
 
-int32_t X11WindowReader::takePid(const WindowQuestions& q, const Overview& overview) {
-  if (!q.pid) return overview.pids.at(connection_.ownerOf(q.window));
-  const XProperty pid = connection_.take(*q.pid);
-  const XProperty machine = connection_.take(*q.machine);
-  return isThisHost(machine.bytes()) ? static_cast<int32_t>(pid.word().value_or(0)) : 0;
+X11WindowReader::Properties X11WindowReader::takeProperties(const PropertyQuestions& q) {
+  Properties out;
+  const XProperty states = connection_.take(q.state);
+  out.isHidden = std::ranges::find(states.words(), connection_.atom(XAtom::stateHidden)) !=
+                 states.words().end();
+  out.workspace = connection_.take(q.workspace).word();
+  const XProperty types = connection_.take(q.type);
+  out.layer = layerOf(types.words());
+  out.isWallpaper = types.word() == connection_.atom(XAtom::typeDesktop);
+  out.frame = edgesOf(connection_.take(q.frame));
+  out.shadow = edgesOf(connection_.take(q.shadow));
+  out.opacity = opacityOf(connection_.take(q.opacity));
+  const XProperty names = connection_.take(q.names);
+  const auto instanceAndClass = text::split(names.bytes(), '\0');
+  out.instance = instanceAndClass[0];
+  if (instanceAndClass.size() > 1) out.windowClass = instanceAndClass[1];
+  out.title = connection_.take(q.title).bytes();
+  if (q.layer) out.declaredLayer = connection_.take(*q.layer).word();
+  if (q.pid) {
+    const XProperty pid = connection_.take(*q.pid);
+    const XProperty machine = connection_.take(*q.machine);
+    if (isThisHost(machine.bytes())) out.pid = static_cast<int32_t>(pid.word().value_or(0));
+  }
+  return out;
 }
 
 std::optional<X11SeenWindow> X11WindowReader::takeWindow(const WindowQuestions& q,
                                                          const Overview& overview) {
+  Known& known = known_[q.window];
   const auto attributes = connection_.take<xcb_get_window_attributes_reply>(q.attributes);
   const auto geometry = connection_.take<xcb_get_geometry_reply>(q.geometry);
   const auto origin = connection_.take<xcb_translate_coordinates_reply>(q.origin);
-  const XProperty states = connection_.take(q.state);
-  const XProperty workspace = connection_.take(q.workspace);
-  const XProperty types = connection_.take(q.type);
-  const auto frame = edgesOf(connection_.take(q.frame));
-  const auto shadow = edgesOf(connection_.take(q.shadow));
-  const double opacity = opacityOf(connection_.take(q.opacity));
-  const XProperty names = connection_.take(q.names);
-  const XProperty title = connection_.take(q.title);
-  const double frameOpacity = q.frameOpacity ? opacityOf(connection_.take(*q.frameOpacity)) : 1.0;
-  const uint32_t layer =
-      q.layer ? connection_.take(*q.layer).word().value_or(kUndeclared) : kUndeclared;
-  X11SeenWindow out;
-  out.pid = takePid(q, overview);
+  if (q.properties) known.properties = takeProperties(*q.properties);
+  if (q.frameOpacity) {
+    frames_[known.top.value_or(XCB_WINDOW_NONE)].opacity =
+        opacityOf(connection_.take(*q.frameOpacity));
+  }
   if (!attributes || !geometry || !origin) {
     onDestroyed(q.window);
     return std::nullopt;
   }
 
+  const Properties& properties = known.properties;
+  X11SeenWindow out;
   out.id = q.window;
+  const auto pid = overview.pids.find(connection_.ownerOf(q.window));
+  out.pid = pid != overview.pids.end() ? pid->second : properties.pid;
   out.managed = q.isManaged;
   out.isNew = q.isNew;
-  out.opacity = std::min(opacity, frameOpacity);
-  out.title = title.bytes();
-  const auto instanceAndClass = text::split(names.bytes(), '\0');
-  out.windowInstance = instanceAndClass[0];
-  if (instanceAndClass.size() > 1) out.windowClass = instanceAndClass[1];
+  out.title = properties.title;
+  out.windowInstance = properties.instance;
+  out.windowClass = properties.windowClass;
+  const auto frame = known.top ? frames_.find(*known.top) : frames_.end();
+  out.opacity = std::min(properties.opacity, frame == frames_.end() ? 1.0 : frame->second.opacity);
 
   const double border = geometry->border_width;
   out.client = rectOf(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
-  out.clientWithoutShadow = shadow ? withoutShadow(out.client, *shadow) : out.client;
-  out.frame = grown(grown(out.clientWithoutShadow, {border, border, border, border}),
-                    frame.value_or(Edges{}));
+  out.clientWithoutShadow = withoutShadow(out.client, properties.shadow);
+  out.frame =
+      grown(grown(out.clientWithoutShadow, {border, border, border, border}), properties.frame);
 
-  const bool isHidden =
-      std::ranges::find(states.words(), connection_.atom(XAtom::stateHidden)) !=
-      states.words().end();
-  const uint32_t home = workspace.word().value_or(kAllWorkspaces);
+  const uint32_t home = properties.workspace.value_or(kAllWorkspaces);
   const bool isElsewhere =
       home != kAllWorkspaces && overview.workspace && home != *overview.workspace;
   out.onScreen = attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
-                 !(q.isManaged && (isHidden || isElsewhere));
+                 !(q.isManaged && (properties.isHidden || isElsewhere));
 
-  out.layer = layerOf(types.words());
+  out.layer = properties.layer;
   if (!q.isManaged && attributes->override_redirect) {
-    const bool isWallpaper = types.word() == connection_.atom(XAtom::typeDesktop);
-    out.mayLock = layer == kUndeclared && !isWallpaper && out.pid != getpid();
-    out.layer = layer <= uint32_t(kScreenSaverLayer) ? static_cast<int>(layer) : kFloatingLayer;
+    const uint32_t declared = properties.declaredLayer.value_or(kUndeclared);
+    out.mayLock = declared == kUndeclared && !properties.isWallpaper && out.pid != getpid();
+    out.layer =
+        declared <= uint32_t(kScreenSaverLayer) ? static_cast<int>(declared) : kFloatingLayer;
   }
   return out;
 }
@@ -480,6 +522,8 @@ std::vector<X11SeenWindow> X11WindowReader::stacked(std::vector<X11SeenWindow> m
 
 void X11WindowReader::forgetUnread() {
   std::erase_if(known_, [](const auto& entry) { return !entry.second.isRead; });
+  const auto standing = frames();
+  std::erase_if(frames_, [&](const auto& entry) { return !standing.contains(entry.first); });
 }
 
 std::optional<X11Picture> X11WindowReader::read(LiveWants wants, X11LiveFacts& live,
@@ -487,6 +531,7 @@ std::optional<X11Picture> X11WindowReader::read(LiveWants wants, X11LiveFacts& l
   const auto answered = [&] {
     if (connection_.await(deadline)) return true;
     known_.clear();  // the next read must look at all windows as new ones
+    frames_.clear();
     return false;
   };
   const OverviewQuestions overviewQuestions = askOverview();
@@ -516,7 +561,8 @@ std::optional<X11Picture> X11WindowReader::read(LiveWants wants, X11LiveFacts& l
     std::vector<X11SeenWindow> out;
     for (const auto& q : questions) {
       auto window = takeWindow(q, overview);
-      const bool isListed = window && (q.isManaged || (window->onScreen && !known.contains(q.window)));
+      const bool isListed =
+          window && (q.isManaged || (window->onScreen && !known.contains(q.window)));
       if (isListed) out.push_back(std::move(*window));
     }
     return out;
