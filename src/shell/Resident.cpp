@@ -118,6 +118,8 @@ std::string controlSocketPath() {
 }
 
 int runResident() {
+  // A display server that dies while we write to it must not take us along.
+  std::signal(SIGPIPE, SIG_IGN);
   std::string error;
   const auto data = paths::dataFolder(error);
   if (!data) return cannot(error);
