@@ -9,9 +9,10 @@ const LONGEST_TITLE = 256;
 
 // --- what is on screen ---
 
-// Window id -> { tabId, address, news } of its active tab. `address` was told last, `news` counts
-// what was told: an answer that took time is dropped if something newer went out meanwhile. Every
-// activation makes a new record, so the record itself tells one showing of a tab from the next.
+// Window id -> { tabId, address, news } of its active tab. `address` is the newest that is known,
+// `news` counts what was told: an answer that took time is dropped if something newer went out
+// meanwhile. Every activation makes a new record, so the record itself tells one showing of a tab
+// from the next.
 let shown = new Map();
 
 function show(windowId, tabId) {
@@ -143,7 +144,8 @@ function remember(windows, tabs) {
     if (!tab) continue;
     const record = former.get(id)?.tabId === tab.id ? former.get(id) : show(id, tab.id);
     shown.set(id, record);
-    record.address ??= addressOf(tab);
+    // While a tab loads, the page it is bound for stays the newest that is known of it.
+    if (record.address === undefined || tab.status === "complete") record.address = addressOf(tab);
   }
 }
 
@@ -255,12 +257,16 @@ chrome.windows.onBoundsChanged?.addListener(tellWindowsSoon); // not in Firefox
 
 // --- sending a shown tab to the block page ---
 
-// Obeys only for the block page, and only while the tab is still the one on screen: a tab the
-// user has just turned away from stays as it is, and Velmora learns how things stand.
-async function go({ windowId, tabId, address }) {
+// Obeys only for the block page, and only while the tab is still the one on screen and its newest
+// page is the one that was judged, `from`: what the user has just turned away from stays as it is,
+// and Velmora learns how things stand.
+async function go({ windowId, tabId, address, from }) {
   if (typeof address !== "string" || !address.startsWith(BLOCK_PAGE)) return;
   try {
-    if (shown.get(windowId)?.tabId !== tabId) throw new Error("no longer shown");
+    const record = shown.get(windowId);
+    if (record?.tabId !== tabId) throw new Error("no longer shown");
+    const newest = cut(record.address ?? "", LONGEST_ADDRESS);
+    if (from !== undefined && from !== newest) throw new Error("another page");
     await chrome.tabs.update(tabId, { url: address });
   } catch {
     tellWindows();

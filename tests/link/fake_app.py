@@ -37,9 +37,8 @@ def read_frame(read):
 class Link:
     """One accepted host. `frames` are the raw texts received so far, `messages` their values."""
 
-    def __init__(self, connection, on_message=None, reads=True):
+    def __init__(self, connection, reads=True):
         self.connection = connection
-        self.on_message = on_message
         self.frames = []
         self.messages = []
         self.ended = False
@@ -50,24 +49,14 @@ class Link:
     def _read(self):
         try:
             while (text := read_frame(self.connection.recv)) is not None:
-                self._take(text)
+                with self.changed:
+                    self.frames.append(text)
+                    self.messages.append(json.loads(text))
+                    self.changed.notify_all()
         except OSError:
             pass
         with self.changed:
             self.ended = True
-            self.changed.notify_all()
-
-    def _take(self, text):
-        try:
-            message = json.loads(text)
-        except ValueError:
-            message = {"type": None}
-        message["_at"] = time.monotonic()
-        if self.on_message:
-            self.on_message(self, message)
-        with self.changed:
-            self.frames.append(text)
-            self.messages.append(message)
             self.changed.notify_all()
 
     def send(self, message):
@@ -77,9 +66,8 @@ class Link:
         self.connection.sendall(data)
 
     def mark(self):
-        """The place from which expect() and none() may look."""
-        with self.changed:
-            return len(self.messages)
+        """The place from which expect() may look."""
+        return len(self.messages)
 
     def expect(self, kind, timeout=5.0, since=0, **members):
         """The first message since `since` of this type with these members; fails when time is up.
@@ -91,28 +79,27 @@ class Link:
                 want(message.get(name)) if callable(want) else message.get(name) == want
                 for name, want in members.items())
 
-        end = time.monotonic() + timeout
+        def found():
+            return next(filter(fits, self.messages[since:]), None)
+
         with self.changed:
-            while True:
-                for message in self.messages[since:]:
-                    if fits(message):
-                        return message
-                left = end - time.monotonic()
-                if left <= 0 or self.ended:
-                    raise AssertionError("no %s %s among %s" % (kind, members, self.messages[since:]))
-                self.changed.wait(left)
+            message = self.changed.wait_for(lambda: found() or self.ended, timeout) and found()
+            assert message, "no %s %s among %s" % (kind, members, self.messages[since:])
+            return message
 
     def close(self):
         if not self.ended:
-            self.connection.shutdown(socket.SHUT_RDWR)
+            try:
+                self.connection.shutdown(socket.SHUT_RDWR)
+            except OSError:  # the host was faster
+                pass
 
 
 class FakeApp:
     """Listens on a socket path, which it makes with its folder, as the application does."""
 
-    def __init__(self, path, on_message=None, reads=True):
+    def __init__(self, path, reads=True):
         self.path = path
-        self.on_message = on_message
         self.reads = reads
         self.links = []
         self.arrived = threading.Condition()
@@ -136,14 +123,13 @@ class FakeApp:
             except OSError:
                 return
             with self.arrived:
-                self.links.append(Link(connection, self.on_message, self.reads))
+                self.links.append(Link(connection, self.reads))
                 self.arrived.notify_all()
 
     def link(self, number=0, timeout=5.0):
         """The host that called as the number-th; fails if none does in time."""
         with self.arrived:
-            if not self.arrived.wait_for(lambda: len(self.links) > number, timeout):
-                raise AssertionError("no host called")
+            assert self.arrived.wait_for(lambda: len(self.links) > number, timeout), "no host called"
             return self.links[number]
 
     def vanish(self):
@@ -153,11 +139,7 @@ class FakeApp:
             self.server.close()
         self.server = None
         for link in self.links:
-            if not link.ended:
-                try:
-                    link.connection.shutdown(socket.SHUT_RDWR)
-                except OSError:
-                    pass
+            link.close()
             link.connection.close()
 
     def stop(self):

@@ -16,19 +16,17 @@ namespace velmora::sim {
 
 struct FakeXWindows final : XWindowSource {
   const std::vector<X11Window>& windows() const override { return list; }
-  uint64_t generation() const override { return count; }
+  uint64_t generation() const override { return list.size(); }
   X11Window& add(int32_t pid, Rect frame, const std::string& title = "") {
-    ++count;
-    X11Window window;
-    window.id = static_cast<uint32_t>(count);
+    auto& window = list.emplace_back();
+    window.id = static_cast<uint32_t>(list.size());
     window.pid = pid;
     window.client = window.clientWithoutShadow = window.frame = frame;
     window.title = title;
     window.managed = window.onScreen = true;
-    return list.emplace_back(std::move(window));
+    return window;
   }
   std::vector<X11Window> list;
-  uint64_t count = 0;
 };
 
 // A window as an extension tells of it.
@@ -39,48 +37,32 @@ struct ToldWindow {
   std::string address = "";
   std::string title = "";
   std::string state = "normal";
-  bool isFocused = false;
   bool isPrivate = false;
 
   json::Value value() const {
+    json::Value::Object window{{"id", id}, {"state", state}, {"private", isPrivate}};
+    const auto [left, top, width, height] = bounds;
+    for (const auto& [name, number] :
+         {std::pair("left", left), {"top", top}, {"width", width}, {"height", height}})
+      window.emplace_back(name, number);
     const json::Value::Object shown{{"id", tab}, {"address", address}, {"title", title}};
-    return json::Value::Object{{"id", id},
-                               {"kind", "normal"},
-                               {"state", state},
-                               {"focused", isFocused},
-                               {"private", isPrivate},
-                               {"left", bounds.x},
-                               {"top", bounds.y},
-                               {"width", bounds.width},
-                               {"height", bounds.height},
-                               {"tab", shown}};
+    window.emplace_back("tab", shown);
+    return window;
   }
 };
 
 // The host process of one extension, as it looks from the socket.
-class FakeHost {
- public:
-  FakeHost(Lane& loop, std::shared_ptr<FakeListeners::Client> client)
-      : loop_(loop), client_(std::move(client)) {}
-
+struct FakeHost {
   static std::string frame(std::string_view json) {
     const auto length = static_cast<uint32_t>(json.size());
     std::string bytes(sizeof length, '\0');
     std::memcpy(bytes.data(), &length, sizeof length);
     return bytes.append(json);
   }
-  // What is sent in one turn leaves in one piece.
-  void sendBytes(std::string_view bytes) {
-    if (outgoing_->empty())
-      loop_.post(
-          [client = client_, outgoing = outgoing_] { client->send(std::exchange(*outgoing, {})); });
-    *outgoing_ += bytes;
-  }
-  void say(std::string_view json) { sendBytes(frame(json)); }
-  void sayHello(const std::string& kind = "chromium") {
-    say(R"({"type":"host","protocol":1,"pid":7,"browserPid":8,"origin":"x"})");
-    say(R"({"type":"hello","protocol":1,"browser":")" + kind +
-        R"(","version":"150.1","extension":"0.2","privateAllowed":true})");
+  void say(std::string_view json) { client->send(frame(json)); }
+  void sayHello() {
+    say(R"({"type":"hello","protocol":1,"browser":"chromium","version":"150.1","extension":"0.2",)"
+        R"("privateAllowed":true})");
   }
   void sayWindows(const std::vector<ToldWindow>& windows, std::optional<int64_t> request = {}) {
     json::Value::Array list;
@@ -90,22 +72,15 @@ class FakeHost {
     say(json::dump(message));
   }
   void sayTab(int window, int tab, const std::string& address) {
-    say(json::dump(json::Value::Object{{"type", "tab"},
-                                       {"windowId", window},
-                                       {"tabId", tab},
-                                       {"address", address},
-                                       {"why", "start"}}));
+    say(R"({"type":"tab","windowId":)" + std::to_string(window) + R"(,"tabId":)" +
+        std::to_string(tab) + R"(,"address":")" + address + "\"}");
   }
-  void close() {
-    loop_.post([client = client_] { client->close(); });
-  }
-  void stall() { client_->stall(true); }
-  bool isDropped() const { return client_->isClosedByServer; }
+  bool isDropped() const { return client->isClosedByServer; }
 
   // What it was told since the last call.
   std::vector<json::Value> heard() {
     std::vector<json::Value> messages;
-    for (auto& bytes = client_->received; bytes.size() >= 4;) {
+    for (auto& bytes = client->received; bytes.size() >= 4;) {
       uint32_t length = 0;
       std::memcpy(&length, bytes.data(), sizeof length);
       messages.push_back(json::parse(bytes.substr(4, length)).value());
@@ -117,37 +92,23 @@ class FakeHost {
   std::vector<int64_t> requests() {
     std::vector<int64_t> numbers;
     for (const auto& message : heard())
-      if (*message.find("type") == json::Value("list"))
-        numbers.push_back(message.find("request")->asInteger().value());
+      if (const auto* number = message.find("request")) numbers.push_back(*number->asInteger());
     return numbers;
   }
 
- private:
-  Lane& loop_;
-  std::shared_ptr<FakeListeners::Client> client_;
-  std::shared_ptr<std::string> outgoing_ = std::make_shared<std::string>();
+  std::shared_ptr<FakeListeners::Client> client;
 };
 
 // A browser link with hosts that a test scripts. Processes are browsers of a canonical identity;
 // the host of process n is process n + 10000.
 struct LinkBench {
-  LinkBench() {
-    link = std::make_unique<BrowserLink>(
-        loop, x, log,
-        BrowserLink::Processes{[](int32_t host) { return host - 10000; },
-                               [this](int32_t pid) { return identities[pid]; }});
-    std::string error;
-    listener = listeners.local(
-        "browser", loop,
-        {[] {}, [] {},
-         [this](std::shared_ptr<Connection> stream) { link->accept(stream, nextHost); }},
-        error);
-    world.settle();
-  }
   FakeHost connect(int32_t pid, const std::string& identity) {
     identities[pid] = identity;
-    nextHost = pid + 10000;
-    FakeHost host(loop, listeners.connect("browser"));
+    const auto listener = listeners.local(
+        "browser", loop,
+        {[] {}, [] {}, [&](std::shared_ptr<Connection> s) { link->accept(s, pid + 10000); }},
+        error);
+    FakeHost host{listeners.connect("browser")};
     world.settle();
     return host;
   }
@@ -157,10 +118,12 @@ struct LinkBench {
   FakeXWindows x;
   FakeLog log;
   FakeListeners listeners;
+  std::string error;
   std::map<int32_t, std::string> identities;
-  int32_t nextHost = 0;
-  std::unique_ptr<BrowserLink> link;
-  std::unique_ptr<Listener> listener;
+  std::unique_ptr<BrowserLink> link = std::make_unique<BrowserLink>(
+      loop, x, log,
+      BrowserLink::Processes{[](int32_t host) { return host - 10000; },
+                             [this](int32_t pid) { return identities[pid]; }});
 };
 
 }  // namespace velmora::sim

@@ -349,7 +349,7 @@ void BrowserLink::send(const Browser& browser, const WindowTab& tab, const std::
   if (it == links_.end() || it->second->identity != browser.bundleID) return;
   const LinkWindow* window = it->second->find(place->window);
   if (!window || !window->tab || window->tab->id != place->tab) return;
-  transmit(*it->second, goFrame(place->window, place->tab, address));
+  transmit(*it->second, goFrame(place->window, place->tab, address, tab.address));
 }
 
 void BrowserLink::watch(std::set<std::string> bundleIDs,

@@ -138,8 +138,13 @@ std::string listFrame(int64_t request) {
   return frame({{"type", "list"}, {"request", request}});
 }
 
-std::string goFrame(int64_t windowId, int64_t tabId, std::string_view address) {
-  return frame({{"type", "go"}, {"windowId", windowId}, {"tabId", tabId}, {"address", address}});
+std::string goFrame(int64_t windowId, int64_t tabId, std::string_view address,
+                    std::string_view from) {
+  return frame({{"type", "go"},
+                {"windowId", windowId},
+                {"tabId", tabId},
+                {"address", address},
+                {"from", from}});
 }
 
 void LinkFrames::append(std::string_view bytes) {

@@ -75,7 +75,10 @@ std::optional<LinkMessage> decodeLinkMessage(std::string_view json);
 
 // Frames for the extension.
 std::string listFrame(int64_t request);
-std::string goFrame(int64_t windowId, int64_t tabId, std::string_view address);
+// `from` is the address that was judged, as the extension told it, so with its cut. The extension
+// goes nowhere when the tab is already bound for another one.
+std::string goFrame(int64_t windowId, int64_t tabId, std::string_view address,
+                    std::string_view from);
 
 // Cuts a stream into messages.
 class LinkFrames {
