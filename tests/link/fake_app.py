@@ -105,13 +105,12 @@ class FakeApp:
         self.arrived = threading.Condition()
         self.server = None
 
-    def start(self, pause_before_listening=0):
+    def start(self):
         os.makedirs(os.path.dirname(self.path), mode=0o700, exist_ok=True)
         if os.path.exists(self.path):
             os.unlink(self.path)
         self.server = socket.socket(socket.AF_UNIX)
         self.server.bind(self.path)
-        time.sleep(pause_before_listening)
         self.server.listen(8)
         threading.Thread(target=self._accept, args=(self.server,), daemon=True).start()
         return self

@@ -2,7 +2,6 @@
 
 import os
 import shutil
-import signal
 import sys
 import time
 import unittest
@@ -208,13 +207,6 @@ class Suite:
         self.browser.run(moved, "history.pushState({}, '', '/route') || 1")
         news = self.expect("tab", why="history", address="http://moved.test/route")
         self.assertNotEqual(news["windowId"], self.shown["windowId"])
-
-    def test_calls_again_after_the_host_was_killed(self):
-        former = list(self.app.links)
-        os.kill(self.link.messages[0]["pid"], signal.SIGKILL)
-        link = self.newest_link(former, timeout=12)
-        self.assertNotEqual(link.messages[0]["pid"], self.link.messages[0]["pid"])
-        self.assertEqual([m["type"] for m in link.messages[:2]], ["host", "hello"])
 
     def test_tells_everything_again_to_an_application_that_comes_back(self):
         former = list(self.app.links)

@@ -56,11 +56,6 @@ class Browser:
         """What the extension was told about the application, in order."""
         return [m for m in map(json.loads, list(self.heard)) if m["type"] == "app"]
 
-    def assertMemory(self, name, most_kib):
-        """A sanitizer's own memory says nothing of ours."""
-        if not SANITIZED:
-            assert self.status(name) < most_kib, "%s: %d KiB" % (name, self.status(name))
-
     def status(self, name):
         with open("/proc/%d/status" % self.host.pid) as lines:
             return next(int(l.split()[1]) for l in lines if l.startswith(name + ":"))
@@ -99,6 +94,10 @@ class HostTest(unittest.TestCase):
         self.assertTrue(eventually(lambda: browser.told() == [CONNECTED]))
         return app, browser, link
 
+    def assertMemory(self, browser, name, most_kib):
+        if not SANITIZED:  # a sanitizer's own memory says nothing of ours
+            self.assertLess(browser.status(name), most_kib)
+
     def assertCrosses(self, browser, link, text=b'{"type":"probe"}'):
         """The link carries a frame in each direction."""
         browser.send_raw(pack(text))
@@ -124,8 +123,8 @@ class Relaying(HostTest):
         _, browser, link = self.linked()
         texts = [b'{ "type" : "x",\n"t":"\\u00e9 \xc3\xa9" }', b"{}", b'{"type":"y","n":[%s]}' % (b"7," * 40000 + b"7")]
         stream = b"".join(map(pack, texts))
-        for start in range(0, 50):
-            browser.send_raw(stream[start:start + 1])
+        for byte in stream[:50]:
+            browser.send_raw(bytes([byte]))
             time.sleep(0.001)
         browser.send_raw(stream[50:])
         self.assertTrue(eventually(lambda: link.frames[1:] == texts))
@@ -143,7 +142,7 @@ class Relaying(HostTest):
         link.send_raw(pack(b"") + pack(b"y" * 256 * 1024))
         self.assertTrue(eventually(lambda: b"y" * 256 * 1024 in browser.heard))
         self.assertCrosses(browser, link)
-        browser.assertMemory("VmHWM", 9 * 1024)
+        self.assertMemory(browser, "VmHWM", 9 * 1024)
 
 
 class Application(HostTest):
@@ -179,16 +178,6 @@ class Application(HostTest):
         link = self.app().start().link(timeout=1)
         self.assertCrosses(browser, link)
         self.assertEqual([m["type"] for m in link.messages], ["host", "probe"])
-
-    def test_that_moves_a_ready_socket_into_place_is_found(self):
-        os.makedirs(os.path.dirname(self.path))
-        browser = self.browser()
-        time.sleep(3)
-        app = FakeApp(self.path + ".new")
-        self.addCleanup(app.vanish)
-        app.start()
-        os.rename(self.path + ".new", self.path)
-        self.assertCrosses(browser, app.link(timeout=1))
 
     def test_never_hears_the_rest_of_a_frame_begun_for_its_predecessor(self):
         app, browser, _ = self.linked()
@@ -240,10 +229,10 @@ class Stalling(HostTest):
         for _ in range(40):
             browser.send_raw(pack(self.FRAME))
         self.assertTrue(eventually(lambda: DISCONNECTED in browser.told()))
-        browser.assertMemory("VmHWM", 16 * 1024)
+        self.assertMemory(browser, "VmHWM", 16 * 1024)
         app.reads = True
         self.assertCrosses(browser, eventually(lambda: next((l for l in app.links if l.frames), None), 15))
-        browser.assertMemory("VmRSS", 5 * 1024)
+        self.assertMemory(browser, "VmRSS", 5 * 1024)
 
     def test_browser_costs_bounded_memory_and_loses_nothing(self):
         app = self.app().start()
@@ -252,7 +241,7 @@ class Stalling(HostTest):
         sender = threading.Thread(target=lambda: [link.send_raw(pack(self.FRAME)) for _ in range(40)])
         sender.start()
         time.sleep(0.5)
-        browser.assertMemory("VmHWM", 8 * 1024)
+        self.assertMemory(browser, "VmHWM", 8 * 1024)
         browser.send({"type": "still here"})
         link.expect("still here")
         browser.read()
@@ -281,7 +270,7 @@ class Life(HostTest):
         app.vanish()
         time.sleep(4)
         assertIdle()
-        browser.assertMemory("VmRSS", 5 * 1024)
+        self.assertMemory(browser, "VmRSS", 5 * 1024)
 
 
 if __name__ == "__main__":
