@@ -72,7 +72,10 @@ class Windows {
   }
 
  private:
-  void sync() { std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr)); }
+  void sync() {
+    std::free(
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+  }
   xcb_connection_t* connection_;
   std::vector<xcb_window_t> windows_;
 };
@@ -111,9 +114,9 @@ void look(benchmark::State& state, bool changes) {
   SystemClock clock;
   LinuxAppCatalog catalog;
   QuietLog log;
+  sim::FakeListeners listeners;
   sim::World world;
   sim::Lane lane(world);
-  sim::FakeListeners listeners;
   X11Desktop desktop(loop, catalog, clock, {});
   StillBrowsers browsers(lane);
   BlockPageServer server(listeners, lane, lane, log, "");

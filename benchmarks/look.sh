@@ -9,4 +9,4 @@ Xvfb "$DISPLAY" -screen 0 1920x1080x24 >/dev/null 2>&1 &
 for _ in $(seq 50); do [ -e "/tmp/.X11-unix/X$number" ] && break; sleep 0.1; done
 openbox >/dev/null 2>&1 &
 sleep 0.5
-build/release/bin/benchmarks --benchmark_filter=Look "$@"
+"${VELMORA_BIN:-build/release/bin}/benchmarks" --benchmark_filter=Look "$@"
