@@ -1,11 +1,6 @@
 #include "core/BlockingCoordinator.h"
 
-#include <gtest/gtest.h>
-
-#include "core/Lifecycle.h"
-#include "platform/sim/FakeListeners.h"
-#include "platform/sim/FakeScreen.h"
-#include "platform/sim/Fakes.h"
+#include "support/SimDevice.h"
 
 namespace velmora {
 namespace {
@@ -23,9 +18,9 @@ std::string joined(const auto& texts) {
 struct Blockers final : BlockingCoordinator::AppBlocker,
                         BlockingCoordinator::WebsiteBlocker,
                         BlockingCoordinator::SharedState {
-  void startBlocking(const std::vector<BlockedApp>& blocked) override {
+  void startBlocking(const std::vector<BlockedApp>& apps) override {
     std::string line = "apps: close";
-    for (const auto& app : blocked) line += " " + app.bundleID + (app.isBlocked ? "" : " (off)");
+    for (const auto& app : apps) line += " " + app.bundleID + (app.isBlocked ? "" : " (off)");
     told.push_back(line);
   }
   void startAllowlist(const std::set<std::string>& allowed) override {
@@ -33,23 +28,22 @@ struct Blockers final : BlockingCoordinator::AppBlocker,
   }
   void stopBlocking() override { told.push_back("apps: stop"); }
   void startBlocking(const std::vector<std::string>& domains, const std::string& type) override {
-    told.push_back("sites: " + type + ":" + joined(domains) + wallBefore());
+    told.push_back("sites: " + type + ":" + joined(domains));
   }
-  void serveBlockPageOnly() override { told.push_back("sites: page only" + wallBefore()); }
-  void disableBlocking() override { told.push_back("sites: off" + wallBefore()); }
+  void serveBlockPageOnly() override { told.push_back("sites: page only"); }
+  void disableBlocking() override { told.push_back("sites: off"); }
 
   bool followsRemoteSession() const override { return follows; }
   FocusStanding standing(Date, const Calendar&) const override { return shared; }
   const SharedRules& rules() const override { return sharedRules; }
 
-  std::function<std::string()> wall;
-  std::string wallBefore() { return " | " + wall(); }
   bool follows = false;
   FocusStanding shared;
   SharedRules sharedRules;
   Texts told;
 };
 
+// A timer and its road to recorded blockers; the stores and the tab monitor are a device's.
 class Coordination : public testing::Test {
  protected:
   Coordination() {
@@ -58,7 +52,6 @@ class Coordination : public testing::Test {
     neighbours_.shared.bind(blockers);
     timerNeighbours_.focusContext.bind(presets);
     timerNeighbours_.coordinator.bind(coordinator);
-    blockers.wall = [this] { return wall(); };
     lists.addSite("reddit.com");
     lists.addSite("x.com");
     lists.setSiteBlocked(lists.blockedSites.get()[1].id, false);
@@ -68,134 +61,100 @@ class Coordination : public testing::Test {
   }
   // The rule that the tab monitor works by.
   std::string wall() {
-    if (const auto* block = std::get_if<SiteBlockEngine::Blocklist>(&engine.focus()))
+    const auto& focus = device.app->engine.focus();
+    if (const auto* block = std::get_if<SiteBlockEngine::Blocklist>(&focus))
       return "block" + joined(block->domains);
-    if (const auto* allow = std::get_if<SiteBlockEngine::Allowlist>(&engine.focus()))
+    if (const auto* allow = std::get_if<SiteBlockEngine::Allowlist>(&focus))
       return "allow" + joined(allow->domains);
     return "off";
-  }
-  void soften() {
-    PomodoroSettings s = timer.settings.get();
-    s.isSoftBlocklistEnabled = true;
-    timer.setSettings(s);
-  }
-  void choose(Texts apps, Texts domains) {
-    FocusPreset preset = presets.presets.get()[0];
-    preset.allowedSites.clear();
-    for (auto& app : apps) preset.allowedApps.push_back({{}, app, app, true, std::nullopt});
-    for (auto& domain : domains) preset.allowedSites.push_back({{}, domain, true});
-    presets.beginFocus(preset, "");
-  }
-  TimerService::ScheduledBlock mission(ScheduleProtectionMode mode) {
-    TimerService::ScheduledBlock block;
-    block.startDate = clock.now();
-    block.endDate = clock.now() + Seconds(7200);
-    block.protectionMode = mode;
-    block.blockedApps = {{{}, "Mail", "org.mail", false, std::nullopt}};
-    block.blockedSites = {{{}, "news.com", false}, {{}, "awww.example.com", true}};
-    return block;
-  }
-  void share(SharedBlocklist list) {
-    blockers.sharedRules.blocklists.push_back(list);
-    blockers.shared.session = SharedSession{SharedSession::Stopwatch{}, list.id};
-    blockers.shared.blocklistID = list.id;
   }
   // What one more sync tells the blockers, and the rule it leaves.
   Texts synced() {
     blockers.told.clear();
     coordinator.sync();
     Texts out = std::exchange(blockers.told, {});
-    for (auto& line : out) line = line.substr(0, line.find(" | "));
     out.push_back(wall());
     return out;
+  }
+  void soften() {
+    PomodoroSettings soft;
+    soft.isSoftBlocklistEnabled = true;
+    timer.setSettings(soft);
+  }
+  void choose(const Texts& domains) {
+    FocusPreset preset = presets.presets.get()[0];
+    preset.allowedApps = {{{}, "Editor", "org.editor", true, std::nullopt}};
+    preset.allowedSites.clear();
+    for (auto& domain : domains) preset.allowedSites.push_back({{}, domain, true});
+    presets.beginFocus(preset, "");
+  }
+  void startMission(ScheduleProtectionMode mode) {
+    TimerService::ScheduledBlock block;
+    block.startDate = device.clock.now();
+    block.endDate = block.startDate + Seconds(7200);
+    block.protectionMode = mode;
+    block.blockedApps = {{{}, "Mail", "org.mail", false, std::nullopt}};
+    block.blockedSites = {{{}, "news.com", false}, {{}, "awww.example.com", true}};
+    timer.startScheduledBlock(block);
+  }
+  void share(const SharedBlocklist& list) {
+    blockers.sharedRules.blocklists.push_back(list);
+    blockers.shared = {SharedSession{SharedSession::Stopwatch{}, list.id}, list.id};
+  }
+  void launch() {
+    lifecycle.applicationDidFinishLaunching();
+    world.advance(Seconds(0.1));
+    blockers.told.clear();
   }
   static inline const Texts kOff{"apps: stop", "sites: off", "off"};
   static inline const Texts kLists{"apps: close org.chat org.game (off)", "sites: focus: reddit.com",
                                    "block reddit.com"};
 
-  sim::World world;
-  sim::FakeClock clock{world};
-  sim::FakePreferences preferences;
-  sim::FakeRandom random;
-  sim::FakeNotifications notifications;
-  sim::FakeSounds sounds;
-  sim::FakeLog log;
-  sim::FakeCatalog catalog;
-  sim::FakeListeners listeners;
-  sim::Lane loop{world};
-  sim::Lane pageLane{world};
-  sim::FakeScreen screen{loop};
-  Blockers blockers;
-
  private:
   TimerService::Neighbours timerNeighbours_;
-  SiteBlockEngine::Neighbours engineNeighbours_;
   BlockingCoordinator::Neighbours neighbours_;
 
  protected:
-  TimerService timer{preferences, clock, loop, notifications, sounds, timerNeighbours_};
-  BlocklistStore lists{preferences, random};
-  FocusPresetStore presets{preferences, random};
-  BlockPageServer page{listeners, pageLane, loop, log, "wall"};
-  SiteBlockEngine engine{clock,   loop, screen, screen,           catalog,
-                         page,    log,  "home", engineNeighbours_};
-  BrowserMonitorService monitor{engine};
-  BlockingCoordinator coordinator{timer, presets, lists, monitor, catalog, clock, neighbours_};
-  Lifecycle lifecycle{timer, presets, lists, coordinator, loop};
+  sim::World world;
+  sim::SimDevice device{world};
+  Blockers blockers;
+  BlocklistStore& lists = device.app->lists;
+  FocusPresetStore& presets = device.app->presets;
+  TimerService timer{device.preferences,   device.clock,  *device.loop,
+                     device.notifications, device.sounds, timerNeighbours_};
+  BlockingCoordinator coordinator{timer,          presets,      lists,      device.app->monitor,
+                                  device.catalog, device.clock, neighbours_};
+  Lifecycle lifecycle{timer, presets, lists, coordinator, *device.loop};
 };
 
 TEST_F(Coordination, BlocksByListInASoftFocusAndNothingOtherwise) {
   soften();
+  choose({"a.com"});  // means nothing in soft mode
   EXPECT_EQ(synced(), kOff);
   timer.start(false);
   EXPECT_EQ(synced(), kLists);
   EXPECT_EQ(synced(), kLists);  // a repeat says the same again
   timer.pause();
   EXPECT_EQ(synced(), kOff);
-  timer.switchSession(shortBreak);
-  timer.start(false);
-  EXPECT_EQ(synced(), kOff);
-}
-
-TEST_F(Coordination, TellsAppsThenSitesThenTheMonitor) {
-  soften();
-  timer.start(false);
-  coordinator.sync();
-  EXPECT_EQ(blockers.told,
-            (Texts{"apps: close org.chat org.game (off)", "sites: focus: reddit.com | off"}));
-  blockers.told.clear();
-  coordinator.stopAll();
-  EXPECT_EQ(blockers.told, (Texts{"apps: stop", "sites: off | block reddit.com"}));
-  EXPECT_EQ(wall(), "off");
-}
-
-TEST_F(Coordination, BrakModeWithoutAChoiceBlocksNothing) {
-  timer.start(true);
-  EXPECT_EQ(synced(), kOff);
 }
 
 TEST_F(Coordination, BrakModeAllowsWhatWasChosenAndBrowsersOnlyForSites) {
   timer.start(true);
-  choose({"org.editor"}, {});
+  EXPECT_EQ(synced(), kOff);  // no choice, no block
+  choose({});
   EXPECT_EQ(synced(), (Texts{"apps: allow org.editor", "sites: page only", "allow"}));
-  choose({"org.editor"}, {"https://docs.example.com/x"});
+  choose({"https://docs.example.com/x"});
   EXPECT_EQ(synced(), (Texts{"apps: allow company.thebrowser.Browser org.chromium.Chromium "
                              "org.editor org.gnome.Epiphany org.mozilla.firefox",
                              "sites: page only", "allow docs.example.com"}));
+  blockers.follows = true;  // a follower goes by list even so
+  EXPECT_EQ(synced(), kLists);
+  blockers.follows = false;
   timer.pause();
   EXPECT_EQ(synced(), kOff);
-}
-
-TEST_F(Coordination, AChoiceMeansNothingInABreakOrInSoftMode) {
-  choose({"org.editor"}, {"a.com"});
   timer.switchSession(shortBreak);
   timer.start(false);
   EXPECT_EQ(synced(), kOff);
-  timer.pause();
-  timer.switchSession(focus);
-  soften();
-  timer.start(false);
-  EXPECT_EQ(synced(), kLists);
 }
 
 TEST_F(Coordination, ARunningChronoClockOnItsScreenBlocksInABreakToo) {
@@ -207,99 +166,69 @@ TEST_F(Coordination, ARunningChronoClockOnItsScreenBlocksInABreakToo) {
   timer.setStopwatchMode(true);
   EXPECT_EQ(synced()[1], "sites: long break: reddit.com");
   timer.pause();  // the countdown alone
-  EXPECT_EQ(wall(), synced().back());
-  EXPECT_EQ(wall(), "block reddit.com");
+  EXPECT_EQ(synced().back(), "block reddit.com");
   timer.pauseCountdown();
   EXPECT_EQ(synced(), kOff);
 }
 
-TEST_F(Coordination, ASoftMissionBringsItsOwnListsWholeWhateverIsShared) {
+TEST_F(Coordination, ASoftMissionBringsItsOwnListsWholeAndItsSecondsAreNoNews) {
   share({Uuid({9}), "Shared", "flame", {"shared.com"}, {}, {}});
-  timer.startScheduledBlock(mission(ScheduleProtectionMode::soft));
+  launch();
+  startMission(ScheduleProtectionMode::soft);
   EXPECT_EQ(wall(), "block awww.example.com news.com");  // in force when the call returns
+  world.settle();
   EXPECT_EQ(synced(), (Texts{"apps: close org.mail", "sites: focus: news.com awww.example.com",
                              "block awww.example.com news.com"}));
+  world.advance(Seconds(10));
+  EXPECT_EQ(blockers.told, Texts{});
+  EXPECT_EQ(timer.scheduledMissionRemaining.get(), 7190);
   timer.endScheduledBlock(false);
   EXPECT_EQ(wall(), "off");
 }
 
 TEST_F(Coordination, ABrakMissionGoesByItsChoiceEvenWhileAnotherDeviceIsFollowed) {
   blockers.follows = true;
-  share({Uuid({9}), "Shared", "flame", {"shared.com"}, {}, {}});
-  timer.startScheduledBlock(mission(ScheduleProtectionMode::brak));
+  startMission(ScheduleProtectionMode::brak);
   EXPECT_EQ(wall(), "off");
-  choose({}, {"docs.example.com"});
+  choose({"docs.example.com"});
   EXPECT_EQ(synced().back(), "allow docs.example.com");
 }
 
-TEST_F(Coordination, AFollowerGoesByListEvenInBrakMode) {
-  timer.start(true);
-  choose({"org.editor"}, {"a.com"});
-  blockers.follows = true;
-  EXPECT_EQ(synced(), kLists);
-}
-
-TEST_F(Coordination, ASharedListReplacesTheLocalOnes) {
+TEST_F(Coordination, ASharedListReplacesTheLocalOnesAndTheMainOneAddsItsServices) {
   soften();
   timer.start(false);
-  share({Uuid({9}), "Shared", "flame", {"shared.com"}, {"discord", "youtube", "unheard-of"},
-         {{"Tunes", "chromium"}}});
-  EXPECT_EQ(synced(),
-            (Texts{"apps: close com.hnc.Discord org.chromium.Chromium",
-                   "sites: focus: discord.com discordapp.com youtube.com shared.com",
-                   "block discord.com discordapp.com shared.com youtube.com"}));
-  blockers.shared.session.reset();  // no session decides: the main list, whatever the id says
-  EXPECT_EQ(synced(), kLists);
-}
-
-TEST_F(Coordination, TheMainListIsTheLocalOnesWithItsServices) {
-  soften();
-  timer.start(false);
+  share({Uuid({9}), "Shared", "flame", {"a.com"}, {"youtube", "unheard-of"}, {{"T", "chromium"}}});
+  EXPECT_EQ(synced(), (Texts{"apps: close org.chromium.Chromium", "sites: focus: youtube.com a.com",
+                             "block a.com youtube.com"}));
   blockers.sharedRules.blocklists[0].services = {"discord"};
   blockers.sharedRules.blocklists[0].sites = {"not-taken.com"};
-  EXPECT_EQ(synced(), (Texts{"apps: close com.hnc.Discord org.chat org.game (off)",
-                             "sites: focus: discord.com discordapp.com reddit.com",
-                             "block discord.com discordapp.com reddit.com"}));
-  blockers.shared.session = SharedSession{SharedSession::Stopwatch{}, {}};
+  const Texts main{"apps: close com.hnc.Discord org.chat org.game (off)",
+                   "sites: focus: discord.com discordapp.com reddit.com",
+                   "block discord.com discordapp.com reddit.com"};
   blockers.shared.blocklistID = Uuid({77});  // a list that is gone
-  EXPECT_EQ(synced()[0], "apps: close com.hnc.Discord org.chat org.game (off)");
+  EXPECT_EQ(synced(), main);
+  blockers.shared = {{}, Uuid({9})};  // no session decides, whatever the id says
+  EXPECT_EQ(synced(), main);
 }
 
-// --- when it happens -----------------------------------------------------------------------------
-
-class Reactions : public Coordination {
- protected:
-  void launch() {
-    lifecycle.applicationDidFinishLaunching();
-    world.advance(Seconds(0.1));
-    blockers.told.clear();
-  }
-  int count(std::string_view start) {
-    return static_cast<int>(std::ranges::count_if(
-        blockers.told, [&](const auto& line) { return line.starts_with(start); }));
-  }
-};
-
-TEST_F(Reactions, BeginATenthOfASecondAfterLaunchWithTheStateAsItIs) {
+TEST_F(Coordination, BeginsATenthOfASecondAfterLaunchWithTheStateAsItIsAndEndsWithTheProcess) {
   soften();
   timer.start(false);
-  blockers.told.clear();
   lifecycle.applicationDidFinishLaunching();
   world.advance(Seconds(0.09));
-  EXPECT_TRUE(blockers.told.empty());
+  EXPECT_EQ(wall(), "off");
   world.advance(Seconds(0.01));
   EXPECT_EQ(wall(), "block reddit.com");
+  lifecycle.stop();
+  lists.addSite("news.com");
+  world.settle();
+  EXPECT_EQ(wall(), "off");
 }
 
-TEST_F(Reactions, EveryCauseReachesTheBlockersOnceAndAfterTheWrite) {
+TEST_F(Coordination, EveryCauseReachesTheBlockersOnceAndAfterTheWrite) {
   launch();
-  soften();
   const std::pair<const char*, std::function<void()>> causes[] = {
-      {"settings", [&] {
-         PomodoroSettings s = timer.settings.get();
-         s.soundEnabled = !s.soundEnabled;
-         timer.setSettings(s);
-       }},
+      {"settings", [&] { soften(); }},
       {"start", [&] { timer.start(true); }},
       {"stopwatch screen", [&] { timer.setStopwatchMode(true); }},
       {"countdown screen", [&] { timer.setChronoCountdownMode(true); }},
@@ -309,54 +238,30 @@ TEST_F(Reactions, EveryCauseReachesTheBlockersOnceAndAfterTheWrite) {
       {"stopwatch start", [&] { timer.startStopwatch(); }},
       {"site", [&] { lists.addSite("news.com"); }},
       {"app", [&] { lists.addApp(lists.makeApp("Mail", "org.mail")); }},
-      {"context", [&] { choose({}, {}); }},
+      {"context", [&] { choose({}); }},
       {"pause", [&] { timer.pause(); }},
-      {"type", [&] { timer.switchSession(longBreak); }},
-  };
+      {"type", [&] { timer.switchSession(longBreak); }}};
   for (const auto& [name, cause] : causes) {
-    SCOPED_TRACE(name);
-    world.settle();
     blockers.told.clear();
     cause();
-    EXPECT_TRUE(blockers.told.empty());
+    EXPECT_TRUE(blockers.told.empty()) << name;
     world.settle();
-    EXPECT_EQ(count("apps:"), 1);
+    EXPECT_EQ(blockers.told.size(), 2u) << name;
   }
 }
 
-TEST_F(Reactions, AdoptingDuringABlockNeverLiftsIt) {
+TEST_F(Coordination, AdoptingDuringABlockNeverLiftsIt) {
   launch();
   blockers.follows = true;
-  timer.adopt(SharedSession::Pomodoro{1500, 300, 900, 4, {}}, {focus, 0, 600, true});
-  world.settle();
-  EXPECT_EQ(wall(), "block reddit.com");
-  blockers.told.clear();
-  timer.adopt(SharedSession::Pomodoro{1500, 300, 900, 4, {}}, {focus, 1, 500, true});
-  EXPECT_EQ(wall(), "block reddit.com");
-  world.settle();
-  EXPECT_EQ(count("apps: stop"), 0);
-  EXPECT_EQ(count("sites: off"), 0);
-}
-
-TEST_F(Reactions, TheSecondsOfAMissionAreNoNews) {
-  launch();
-  timer.startScheduledBlock(mission(ScheduleProtectionMode::soft));
+  const SharedSession::Pomodoro plan{1500, 300, 900, 4, {}};
+  timer.adopt(plan, {focus, 0, 600, true});
   world.settle();
   blockers.told.clear();
-  world.advance(Seconds(10));
-  EXPECT_TRUE(blockers.told.empty());
-  EXPECT_EQ(timer.scheduledMissionRemaining.get(), 7190);
-}
-
-TEST_F(Reactions, StoppingLiftsEverythingAndHearsNothingMore) {
-  launch();
-  soften();
-  timer.start(false);
-  lifecycle.stop();
-  EXPECT_EQ(wall(), "off");
-  lists.addSite("news.com");
+  timer.adopt(plan, {focus, 1, 500, true});
+  EXPECT_EQ(wall(), "block reddit.com");
   world.settle();
-  EXPECT_EQ(wall(), "off");
+  EXPECT_EQ(blockers.told, Texts(kLists.begin(), kLists.end() - 1));
+  EXPECT_EQ(wall(), "block reddit.com");
 }
 
 }  // namespace

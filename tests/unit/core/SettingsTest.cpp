@@ -6,60 +6,38 @@
 namespace velmora {
 namespace {
 
-struct Stored {
-  PomodoroSettings settings(const char* json) {
+class Settings : public testing::Test {
+ protected:
+  PomodoroSettings load(const char* json) {
     preferences.setBlob("vm_pomodoroSettings", json);
     return loadPomodoroSettings(preferences);
   }
   sim::FakePreferences preferences;
 };
 
-TEST(Settings, AnEmptyStoreAnEmptyRecordAndADamagedOneGiveTheDefaults) {
-  Stored stored;
-  PomodoroSettings defaults = loadPomodoroSettings(stored.preferences);
-  EXPECT_EQ(defaults.focusDuration, 25);
-  EXPECT_EQ(defaults.shortBreakDuration, 5);
-  EXPECT_EQ(defaults.longBreakDuration, 15);
-  EXPECT_EQ(defaults.sessionsBeforeLongBreak, 4);
-  EXPECT_EQ(defaults.focusSessionLimit, 0);
-  EXPECT_TRUE(defaults.isBrakModeEnabled && defaults.showFloatingProgress && defaults.soundEnabled);
-  EXPECT_FALSE(defaults.isSoftBlocklistEnabled || defaults.autoStart || defaults.isHardcore);
+TEST_F(Settings, AreOneRecordWithTheseKeysAndDefaults) {
   for (const char* text : {"{}", "", "[", "[]", "null", R"({"focusDuration":"x"})",
-                           R"({"focusDuration":50.5,"autoStart":true})", R"({"autoStart":1})"})
-    EXPECT_EQ(stored.settings(text), defaults) << text;
-  EXPECT_EQ(stored.preferences.blob("vm_pomodoroSettings"), R"({"autoStart":1})");  // stays
-}
-
-TEST(Settings, WhatIsStoredIsKeptAsItStands) {
-  Stored stored;
-  const PomodoroSettings read = stored.settings(
-      R"({"focusDuration":5000000000,"longBreakDuration":-3,"focusSessionLimit":9.0,
-          "isHardcore":true,"soundEnabled":null,"fromTheFuture":[1]})");
-  EXPECT_EQ(read.focusDuration, 5000000000);
-  EXPECT_EQ(read.fullLength(SessionType::focus), 300000000000);
-  EXPECT_EQ(read.fullLength(SessionType::longBreak), -180);
-  EXPECT_EQ(read.focusSessionLimit, 9);
-  EXPECT_EQ(read.shortBreakDuration, 5);
-  EXPECT_TRUE(read.isHardcore && read.soundEnabled);
-  savePomodoroSettings(stored.preferences, read);
-  EXPECT_EQ(loadPomodoroSettings(stored.preferences), read);
-}
-
-TEST(Settings, AreOneRecordWithTheseKeys) {
-  Stored stored;
-  savePomodoroSettings(stored.preferences, {});
-  EXPECT_EQ(stored.preferences.blob("vm_pomodoroSettings"),
+                           R"({"focusDuration":50.5,"autoStart":true})", R"({"autoStart":1})"}) {
+    EXPECT_EQ(load(text), PomodoroSettings()) << text;
+    EXPECT_EQ(preferences.blob("vm_pomodoroSettings"), text);  // stays
+  }
+  savePomodoroSettings(preferences, {});
+  EXPECT_EQ(preferences.blob("vm_pomodoroSettings"),
             R"({"focusDuration":25,"shortBreakDuration":5,"longBreakDuration":15,)"
             R"("sessionsBeforeLongBreak":4,"focusSessionLimit":0,"isBrakModeEnabled":true,)"
             R"("isSoftBlocklistEnabled":false,"showFloatingProgress":true,"autoStart":false,)"
             R"("soundEnabled":true,"isHardcore":false})");
 }
 
-TEST(Settings, TheDayHas24HoursUnlessTheUserSaysOtherwise) {
-  Stored stored;
-  EXPECT_TRUE(uses24HourTime(stored.preferences));
-  stored.preferences.set("vm_uses_24_hour_time", false);
-  EXPECT_FALSE(uses24HourTime(stored.preferences));
+TEST_F(Settings, WhatIsStoredIsKeptAsItStands) {
+  const PomodoroSettings read = load(R"({"focusDuration":5000000000,"longBreakDuration":-3,
+      "focusSessionLimit":9.0,"isHardcore":true,"soundEnabled":null,"fromTheFuture":[1]})");
+  EXPECT_EQ(read.fullLength(SessionType::focus), 300000000000);
+  EXPECT_EQ(read.fullLength(SessionType::longBreak), -180);
+  EXPECT_EQ(read.focusSessionLimit, 9);
+  EXPECT_TRUE(read.isHardcore && read.soundEnabled);
+  savePomodoroSettings(preferences, read);
+  EXPECT_EQ(loadPomodoroSettings(preferences), read);
 }
 
 TEST(TimeText, ShowsMinutesOfTheDay) {
@@ -67,43 +45,36 @@ TEST(TimeText, ShowsMinutesOfTheDay) {
     int minutes;
     const char *with24, *with12;
   };
-  for (const Row& row : {Row{0, "00:00", "12:00 AM"}, Row{719, "11:59", "11:59 AM"},
-                         Row{720, "12:00", "12:00 PM"}, Row{789, "13:09", "1:09 PM"},
-                         Row{1439, "23:59", "11:59 PM"}, Row{1440, "24:00", "12:00 AM"},
-                         Row{1441, "23:59", "12:01 AM"}, Row{-1, "00:00", "11:59 PM"},
-                         Row{-1441, "00:00", "11:59 PM"}, Row{INT_MIN, "00:00", "9:52 PM"}}) {
+  for (const Row& row :
+       {Row{0, "00:00", "12:00 AM"}, Row{719, "11:59", "11:59 AM"}, Row{720, "12:00", "12:00 PM"},
+        Row{1440, "24:00", "12:00 AM"}, Row{-1, "00:00", "11:59 PM"},
+        Row{INT_MIN, "00:00", "9:52 PM"}}) {
     EXPECT_EQ(AppTimeFormat::string(row.minutes, true), row.with24);
     EXPECT_EQ(AppTimeFormat::string(row.minutes, false), row.with12);
   }
 }
 
-TEST(TimeText, ReadsWhatPeopleType) {
+TEST(TimeText, ReadsWhatPeopleTypeAndNothingElse) {
   struct Row {
     const char* text;
     std::optional<int> with24, without;
   };
   const std::optional<int> none;
-  const Row rows[] = {{"7", 420, 420},           {"7:3", 423, 423},
-                      {" 07:30\n", 450, 450},    {"0:00", 0, 0},
-                      {"23:59", 1439, 1439},     {"24:00", 1440, none},
-                      {"24", 1440, none},        {"24:01", none, none},
-                      {"12:00 AM", 1440, 0},     {"12am", 1440, 0},
-                      {"12:30 a.m.", 30, 30},    {"12 PM", 720, 720},
-                      {"7:05 pm", 1145, 1145},   {"11:59P.M.", 1439, 1439},
-                      {"00012:00", 720, 720}};
+  const Row rows[] = {{"7", 420, 420},         {"7:3", 423, 423},       {" 07:30\n", 450, 450},
+                      {"0:00", 0, 0},          {"23:59", 1439, 1439},   {"24:00", 1440, none},
+                      {"24", 1440, none},      {"12:00 AM", 1440, 0},   {"12am", 1440, 0},
+                      {"12:30 a.m.", 30, 30},  {"12 PM", 720, 720},     {"7:05 pm", 1145, 1145},
+                      {"11:59P.M.", 1439, 1439}, {"00012:00", 720, 720}};
   for (const Row& row : rows) {
     EXPECT_EQ(AppTimeFormat::parse(row.text, true), row.with24) << row.text;
     EXPECT_EQ(AppTimeFormat::parse(row.text, false), row.without) << row.text;
   }
-}
-
-TEST(TimeText, EverythingElseIsNoTime) {
   for (const char* text :
-       {"", " ", "AM", ":", "7:", ":30", "7:30:15", "-1:30", "+7", "7:-3", "25:00", "7:60", "13 PM",
-        "0 AM", "7:3x", "7 30", "7 : 30", "7.30 p.m.", "7:30 AM PM", "٧:30", "7:99999999999999999999",
-        "18446744073709551623", "\xff"})
+       {"", " ", "AM", ":", "7:", ":30", "7:30:15", "-1:30", "+7", "7:-3", "24:01", "7:60", "13 PM",
+        "0 AM", "7:3x", "7 30", "7 : 30", "7.30 p.m.", "7:30 AM PM", "٧:30", "18446744073709551623",
+        "\xff"})
     for (const bool permits24 : {true, false})
-      EXPECT_EQ(AppTimeFormat::parse(text, permits24), std::nullopt) << text;
+      EXPECT_EQ(AppTimeFormat::parse(text, permits24), none) << text;
 }
 
 }  // namespace

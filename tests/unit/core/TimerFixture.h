@@ -2,11 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
+#include <sstream>
 
 #include "core/StoredSettings.h"
 #include "core/TimerService.h"
@@ -24,37 +20,26 @@ struct TimerNeighbourRecorder final : TimerService::FocusContext,
   bool hasActiveFocusContext() const override { return hasContext; }
   void clearActiveContext() override {
     hasContext = false;
-    told.push_back("clearContext");
+    tell("clearContext");
   }
-  void requireFocusSelection(const std::string& reason) override {
-    told.push_back("gate: " + reason);
-  }
-  void dismissFocusSelection() override { told.push_back("dismissGate"); }
-  void showHUD() override { told.push_back("showHUD"); }
-  void dismissHUD() override { told.push_back("dismissHUD"); }
-  void sync() override {
-    told.push_back("sync");
-    if (onSync) onSync();
-  }
-  void activateEmergencyPass() override { told.push_back("pass"); }
-  void suppressCurrentOccurrence() override { told.push_back("suppress"); }
+  void requireFocusSelection(const std::string& reason) override { tell("gate: " + reason); }
+  void dismissFocusSelection() override { tell("dismissGate"); }
+  void showHUD() override { tell("showHUD"); }
+  void dismissHUD() override { tell("dismissHUD"); }
+  void sync() override { tell("sync"); }
+  void activateEmergencyPass() override { tell("pass"); }
+  void suppressCurrentOccurrence() override { tell("suppress"); }
   void scheduledTimerReachedBoundary() override {
-    told.push_back("boundary");
-    if (onBoundary) onBoundary();
+    tell("boundary");
+    onBoundary();
   }
-  void recordFocusSession(Date) override { told.push_back("habit"); }
+  void recordFocusSession(Date) override { tell("habit"); }
+  void tell(const std::string& what) { told.push_back(what); }
 
   bool hasContext = true;
-  std::function<void()> onSync;
-  std::function<void()> onBoundary;
   std::vector<std::string> told;
+  std::function<void()> onBoundary = [] {};
 };
-
-inline Uuid uuid(uint8_t n) {
-  std::array<uint8_t, 16> bytes{};
-  bytes[15] = n;
-  return Uuid(bytes);
-}
 
 // The timer alone, on virtual time and a disk that outlives it.
 class TimerFixture : public testing::Test {
@@ -68,24 +53,23 @@ class TimerFixture : public testing::Test {
     neighbours_.coordinator.bind(recorder);
     neighbours_.schedule.bind(recorder);
     neighbours_.habits.bind(recorder);
-    boot();
-  }
-  void boot() {
-    timer_ = std::make_unique<TimerService>(preferences, clock, loop, notifications, sounds,
-                                            neighbours_);
+    relaunch();
   }
   // The process dies; another one starts `gone` seconds later.
-  void crash(double gone = 0) {
+  void relaunch(double gone = 0) {
     timer_.reset();
     world.jump(Seconds(gone));
-    boot();
-  }
-  void relaunch(double gone = 0) {
-    crash(gone);
+    timer_ = std::make_unique<TimerService>(preferences, clock, loop, notifications, sounds,
+                                            neighbours_);
     timer_->resumeRestored();
   }
+  // A first start on an empty disk.
+  void startAfresh() {
+    preferences = {};
+    recorder.hasContext = true;
+    relaunch();
+  }
   TimerService& timer() { return *timer_; }
-  void wait(double seconds) { world.advance(Seconds(seconds)); }
   void change(const std::function<void(PomodoroSettings&)>& edit) {
     PomodoroSettings settings = timer().settings.get();
     edit(settings);
@@ -96,23 +80,48 @@ class TimerFixture : public testing::Test {
   void soften() {
     change([](auto& s) { s.isSoftBlocklistEnabled = true; });
   }
-  Texts told() { return std::exchange(recorder.told, {}); }
-  int count(const std::string& what) {
-    return static_cast<int>(std::ranges::count(recorder.told, what));
+  // Plays what happens, word by word: "start 10 pause". A number lets as many seconds go by.
+  void play(const std::string& script) {
+    const std::map<std::string, std::function<void(TimerService&)>> acts{
+        {"start", [](auto& t) { t.start(false); }},
+        {"begin", [](auto& t) { t.start(true); }},  // past the gate
+        {"toggle", [](auto& t) { t.toggleTimer(); }},
+        {"pause", [](auto& t) { t.pause(); }},
+        {"reset", [](auto& t) { t.reset(); }},
+        {"skip", [](auto& t) { t.skipSession(); }},
+        {"pass", [](auto& t) { t.useEmergencyPass(); }},
+        {"toBreak", [](auto& t) { t.switchSession(SessionType::shortBreak); }},
+        {"halt", [](auto& t) { t.halt(); }},
+        {"quiet", [](auto& t) { t.quiet(); }},
+        {"stopwatchScreen", [](auto& t) { t.setStopwatchMode(true); }},
+        {"countdownScreen", [](auto& t) { t.setChronoCountdownMode(true); }},
+        {"stopwatch", [](auto& t) { t.toggleStopwatch(); }},
+        {"countdown", [](auto& t) { t.toggleCountdown(); }},
+        {"mission", [this](auto& t) { t.startScheduledBlock(mission(3600)); }},
+        {"endMission", [](auto& t) { t.endScheduledBlock(true); }}};
+    std::istringstream words(script);
+    for (std::string word; words >> word;)
+      if (std::isdigit(word.front())) world.advance(Seconds(std::stod(word)));
+      else acts.at(word)(timer());
   }
-  int64_t left() { return timer().timeRemaining.get(); }
-  // Type, whether it runs and whether a session is active, e.g. "focus running active".
+  Texts told() { return std::exchange(recorder.told, {}); }
+  // Type, whether it runs, whether a session is active, seconds left: "focus running active 1490".
   std::string state() {
     std::string out(rawText(timer().currentSessionType.get()));
     if (timer().isRunning.get()) out += " running";
     if (timer().isSessionActive.get()) out += " active";
-    return out;
+    return out + " " + std::to_string(timer().timeRemaining.get());
+  }
+  // What stands on the chrono clocks, the running ones marked: "90 3550+".
+  std::string chrono() {
+    return std::to_string(timer().stopwatchElapsed.get()) +
+           (timer().stopwatchRunning.get() ? "+ " : " ") +
+           std::to_string(timer().countdownRemaining.get()) +
+           (timer().countdownRunning.get() ? "+" : "");
   }
   TimerService::ScheduledBlock mission(double seconds, uint8_t id = 1) {
     TimerService::ScheduledBlock block;
-    block.entryID = uuid(id);
-    block.missionName = "Thesis";
-    block.protectionName = "Strict";
+    block.entryID = Uuid({id});
     block.startDate = clock.now();
     block.endDate = clock.now() + Seconds(seconds);
     return block;
