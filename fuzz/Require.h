@@ -10,8 +10,12 @@ inline void require(bool promise) {
   if (!promise) __builtin_trap();
 }
 
-inline std::string_view text(const uint8_t* data, size_t size) {
-  return {reinterpret_cast<const char*>(data), size};
-}
+// What each program defines: feeds one text to a parser and requires its promises.
+void examine(std::string_view text);
 
 }  // namespace velmora::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  velmora::fuzz::examine({reinterpret_cast<const char*>(data), size});
+  return 0;
+}

@@ -6,7 +6,7 @@ import re
 import subprocess
 import sys
 
-ROOT = pathlib.Path(sys.argv[1])
+ROOT = pathlib.Path(sys.argv[1]).resolve()
 BUILD = pathlib.Path(sys.argv[2]) if len(sys.argv) > 2 else None
 SRC = ROOT / "src"
 
@@ -16,7 +16,7 @@ FEATURES = ["blocking", "core", "rules", "schedule", "progress", "posture", "sou
 MODELS = [f + "/model" for f in FEATURES]
 GROUND = ["base", "ports"]
 BELOW = {
-    "base": [],
+    "base": [], "browser-host": [],
     "ports": ["base"],
     **{model: ["base", *MODELS] for model in MODELS},
     "blocking": [*GROUND, *MODELS],
@@ -26,12 +26,9 @@ BELOW = {
     "sync": [*GROUND, *MODELS, *[f for f in FEATURES if f != "sync"]],
     "app": [*GROUND, *MODELS, *FEATURES],
     "control": [*GROUND, *MODELS, *FEATURES, "app"],
-    "platform/macos": GROUND,
-    "platform/sim": GROUND,
-    "platform/linux": GROUND,
+    **{"platform/" + system: GROUND for system in ["macos", "sim", "linux"]},
     "shell": [*GROUND, *MODELS, *FEATURES, "app", "control", "platform/linux"],
     "window": ["control", "base"],
-    "browser-host": [],
 }
 # What visibility judges is the port's window list, so this one model reads the port's records.
 MODEL_PORTS = {("blocking/model", "ports/Desktop.h")}
@@ -57,16 +54,8 @@ def problem(path, line, text):
 
 def folder_of(relative):
     """The longest folder of the table that holds this path."""
-    parts = relative.split("/")[:-1]
-    for n in range(len(parts), 0, -1):
-        name = "/".join(parts[:n])
-        if name in BELOW:
-            return name
-    return None
-
-
-def sources():
-    return sorted(p for p in SRC.rglob("*") if p.suffix in {".cpp", ".h"})
+    holding = (str(parent) for parent in pathlib.PurePath(relative).parents)
+    return next((name for name in holding if name in BELOW), None)
 
 
 def check_includes(path, lines):
@@ -119,18 +108,14 @@ def check_texts():
             problem(path, 1, "a file name that may not be")
         if path.suffix not in TEXT or not path.is_file() or path == pathlib.Path(__file__).resolve():
             continue
-        try:
-            text = path.read_text("utf-8")
-        except UnicodeDecodeError:
-            continue
-        for n, line in enumerate(text.splitlines(), 1):
+        for n, line in enumerate(path.read_text("utf-8", "replace").splitlines(), 1):
             if len(line) > 100 and path.is_relative_to(SRC) and '"' not in line:
                 problem(path, n, "a line of over 100 characters")
             if BANNED.search(line):
                 problem(path, n, f"a word that may not stand here: {line.strip()[:60]}")
 
 
-for source in sources():
+for source in sorted(p for p in SRC.rglob("*") if p.suffix in {".cpp", ".h"}):
     text = source.read_text("utf-8").splitlines()
     check_includes(source, text)
     check_state_and_clocks(source, text)
