@@ -9,6 +9,7 @@ import signal
 import socket
 import struct
 import subprocess
+import threading
 import time
 from typing import NamedTuple
 
@@ -93,14 +94,20 @@ class Velmora:
 
     def launch(self):
         """The resident program, just started."""
+        process = subprocess.Popen([PROGRAMS + "/velmora"], env=self.environment(), stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        threading.Thread(target=lambda: [self.note(line.rstrip()) for line in process.stdout], daemon=True).start()
+        return process
+
+    def note(self, text):
+        """A line of the log, with the time at which it came."""
         with open(self.log, "a") as log:
-            return subprocess.Popen([PROGRAMS + "/velmora"], env=self.environment(), stdout=log, stderr=log,
-                                    stdin=subprocess.DEVNULL)
+            log.write("%.3f %s\n" % (time.time(), text))
 
     def start(self):
         self.process = self.launch()
         if not eventually(self.answers, 10, 0.002):
-            raise RuntimeError("velmora does not answer: " + open(self.log).read()[-500:])
+            raise RuntimeError("velmora does not answer; its log: " + self.log)
         return self
 
     def answers(self):

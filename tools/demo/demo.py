@@ -156,6 +156,7 @@ class Demo:
         if act:
             act()
         arrived = eventually(lambda: self.look(tab) == site, 6, 0.01)
+        self.velmora.note("(demo: %s arrived)" % site)
         left = eventually(lambda: self.look(tab) != site, HOLD, 0.05)
         if shot:
             self.shot(shot)
@@ -234,6 +235,7 @@ class Demo:
     def covered_window(self):
         cover = self.screen.terminal("Report draft", *COVER)
         self.screen.raise_(cover)
+        self.velmora.note("(demo: covered)")
         self.stays("a window covered by more than three quarters", "reddit.com", self.visit("reddit.com"),
                    shot="covered")
         self.goes("... once it is uncovered", "d=reddit.com", lambda: self.screen.close_window(cover))
