@@ -37,7 +37,8 @@ struct ListenerHandlers {
   std::function<void(std::shared_ptr<Connection>)> accepted;
 };
 
-// Streams from this machine. Handlers run on the queue given, never inside the call.
+// Streams from this machine. Handlers run on the queue given, never inside the call; listeners are
+// made and dropped on that queue's thread.
 class Listeners {
  public:
   virtual ~Listeners() = default;

@@ -16,8 +16,8 @@ class SerialQueue {
   virtual ~SerialQueue() = default;
   // Safe from every thread.
   virtual void post(Task task) = 0;
-  // Runs once, `delay` of awake time from now; dropping the token cancels. On the queue's own
-  // thread only.
+  // Runs once, `delay` of awake time from now; dropping the token cancels. A delay below zero is
+  // due now, one of centuries never. On the queue's own thread only.
   virtual Subscription after(Seconds delay, Task task) = 0;
 };
 

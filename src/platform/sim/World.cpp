@@ -1,9 +1,15 @@
 #include "platform/sim/World.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 namespace velmora::sim {
+
+World::Time World::exactly(Seconds s) {
+  constexpr Seconds kCentury = std::chrono::years(100);
+  return std::chrono::round<Time>(std::min(s, kCentury));
+}
 
 World::World(std::optional<uint64_t> seed) {
   if (seed) shuffle_.emplace(*seed);
@@ -51,7 +57,7 @@ void Lane::runNext() {
 void Lane::post(Task task) { add(world_.awake(), std::move(task)); }
 
 Subscription Lane::after(Seconds delay, Task task) {
-  auto live = add(world_.awake() + World::exactly(delay), std::move(task));
+  auto live = add(world_.awake() + World::exactly(std::max(delay, Seconds(0))), std::move(task));
   return Subscription([live] { *live = false; });
 }
 
@@ -70,8 +76,8 @@ struct Lane::Repeat : std::enable_shared_from_this<Repeat> {
   }
   void fire() {
     if (!live) return;
+    arm();  // before the task, so that what a long task misses still fires once
     task();
-    if (live) arm();
   }
 };
 

@@ -19,7 +19,7 @@ class World {
 
   // Whole nanoseconds, so that a sum of tenths is as exact as on a real clock.
   using Time = std::chrono::nanoseconds;
-  static Time exactly(Seconds s) { return std::chrono::round<Time>(s); }
+  static Time exactly(Seconds s);  // saturates at a century
 
   // Awake time since the start of the world; timers run on it.
   Time awake() const { return awake_; }
