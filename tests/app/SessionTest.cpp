@@ -38,8 +38,8 @@ TEST_F(Session, AWholeBlockRunsByItselfAndBlocksInFocusOnly) {
   const double length = 4 * 1501 + 3 * 301 + 901 + 7 * 0.5;
   for (double at = 0; at < length; at += 60) {
     wait(60);
-    EXPECT_EQ(isBlocking(), timer().isRunning.get() &&
-                                timer().currentSessionType.get() == SessionType::focus);
+    EXPECT_EQ(isBlocking(),
+              timer().isRunning.get() && timer().currentSessionType.get() == SessionType::focus);
   }
   EXPECT_EQ(timer().completedSessions.get(), 4);
   EXPECT_FALSE(timer().isSessionActive.get());

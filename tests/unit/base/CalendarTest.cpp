@@ -9,12 +9,11 @@ namespace {
 
 namespace c = std::chrono;
 using namespace std::chrono_literals;
-using Kind = CivilInstant::Kind;
 
 Date utc(c::year_month_day date, int minute = 0) {
   return Calendar(Zone::utc()).instant(c::local_days(date), minute);
 }
-constexpr c::year_month_day spring = 2026y / 3 / 29;  // 23 hours in Berlin
+constexpr c::year_month_day spring = 2026y / 3 / 29;   // 23 hours in Berlin
 constexpr c::year_month_day autumn = 2026y / 10 / 25;  // 25
 
 TEST(Date, CountsFrom2001AndWholeSecondsAreCutTowardsZeroAndSaturate) {
@@ -25,17 +24,6 @@ TEST(Date, CountsFrom2001AndWholeSecondsAreCutTowardsZeroAndSaturate) {
   EXPECT_EQ(wholeSeconds(Seconds(1e300)), INT64_MAX);
   EXPECT_EQ(wholeSeconds(Seconds(-HUGE_VAL)), INT64_MIN);
   EXPECT_EQ(wholeSeconds(Seconds(std::nan(""))), 0);
-}
-
-TEST(Zone, KnowsWhichTimesAreSkippedAndWhichComeTwice) {
-  const Zone berlin = *Zone::named("Europe/Berlin");
-  const auto gap = berlin.instant(CivilSeconds(c::local_days(spring)) + 150min);
-  EXPECT_EQ(gap.kind, Kind::skipped);
-  EXPECT_EQ(gap.instant, utc(spring, 60));
-  const auto twice = berlin.instant(CivilSeconds(c::local_days(autumn)) + 150min);
-  EXPECT_EQ(twice.kind, Kind::repeated);
-  EXPECT_EQ(twice.instant, utc(autumn, 30));  // the earlier
-  EXPECT_EQ(berlin.instant(CivilSeconds(c::local_days(autumn)) + 3h).kind, Kind::unique);
 }
 
 TEST(Zone, UnknownNamesAreNoneAndFarDatesStayInReach) {
@@ -54,12 +42,15 @@ TEST(Calendar, MinutesOfTheDayAreThoseOnTheWall) {
     int minute;
     Date instant;
   };
-  for (const Row& row : {Row{spring, 0, utc(2026y / 3 / 28, 1380)}, Row{spring, 540, utc(spring, 420)},
-                         Row{spring, 1440, utc(spring, 1320)}, Row{autumn, 540, utc(autumn, 480)}}) {
+  for (const Row& row :
+       {Row{spring, 0, utc(2026y / 3 / 28, 1380)}, Row{spring, 540, utc(spring, 420)},
+        Row{spring, 1440, utc(spring, 1320)}, Row{autumn, 540, utc(autumn, 480)}}) {
     EXPECT_EQ(berlin.instant(c::local_days(row.day), row.minute), row.instant);
     EXPECT_EQ(berlin.minuteOfDay(row.instant), row.minute % 1440);
     EXPECT_EQ(berlin.day(row.instant), c::local_days(row.day) + c::days(row.minute / 1440));
   }
+  EXPECT_EQ(berlin.instant(c::local_days(spring), 150), utc(spring, 60));  // skipped
+  EXPECT_EQ(berlin.instant(c::local_days(autumn), 150), utc(autumn, 30));  // the earlier of two
 }
 
 }  // namespace

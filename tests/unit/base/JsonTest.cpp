@@ -44,8 +44,8 @@ namespace {
 
 // A rule with these members besides its identity, written again; or what was wrong, and where.
 std::string rule(const std::string& more) {
-  const auto r = json::decodeText<Rule>(
-      R"({"id":"0f8fad5b-d9cb-469f-a165-70867728950e")" + (more.empty() ? "" : "," + more) + "}");
+  const auto r = json::decodeText<Rule>(R"({"id":"0f8fad5b-d9cb-469f-a165-70867728950e")" +
+                                        (more.empty() ? "" : "," + more) + "}");
   if (!r) return r.error().path + ": " + r.error().problem;
   return json::encodeText(*r).substr(45);
 }

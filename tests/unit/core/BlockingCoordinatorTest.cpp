@@ -1,12 +1,11 @@
 #include "core/BlockingCoordinator.h"
-
 #include "support/SimDevice.h"
+#include "unit/core/TimerFixture.h"
 
 namespace velmora {
 namespace {
 
 using Texts = std::vector<std::string>;
-using enum SessionType;
 
 std::string joined(const auto& texts) {
   std::string out;
@@ -43,15 +42,14 @@ struct Blockers final : BlockingCoordinator::AppBlocker,
   Texts told;
 };
 
-// A timer and its road to recorded blockers; the stores and the tab monitor are a device's.
-class Coordination : public testing::Test {
+// The timer's road to recorded blockers; the stores and the tab monitor are a device's.
+class Coordination : public TimerFixture {
  protected:
   Coordination() {
     neighbours_.apps.bind(blockers);
     neighbours_.websites.bind(blockers);
     neighbours_.shared.bind(blockers);
-    timerNeighbours_.focusContext.bind(presets);
-    timerNeighbours_.coordinator.bind(coordinator);
+    recorder.reactions["sync"] = [this] { coordinator.sync(); };
     lists.addSite("reddit.com");
     lists.addSite("x.com");
     lists.setSiteBlocked(lists.blockedSites.get()[1].id, false);
@@ -76,11 +74,6 @@ class Coordination : public testing::Test {
     out.push_back(wall());
     return out;
   }
-  void soften() {
-    PomodoroSettings soft;
-    soft.isSoftBlocklistEnabled = true;
-    timer.setSettings(soft);
-  }
   void choose(const Texts& domains) {
     FocusPreset preset = presets.presets.get()[0];
     preset.allowedApps = {{{}, "Editor", "org.editor", true, std::nullopt}};
@@ -89,13 +82,11 @@ class Coordination : public testing::Test {
     presets.beginFocus(preset, "");
   }
   void startMission(ScheduleProtectionMode mode) {
-    TimerService::ScheduledBlock block;
-    block.startDate = device.clock.now();
-    block.endDate = block.startDate + Seconds(7200);
+    TimerService::ScheduledBlock block = mission(7200);
     block.protectionMode = mode;
     block.blockedApps = {{{}, "Mail", "org.mail", false, std::nullopt}};
     block.blockedSites = {{{}, "news.com", false}, {{}, "awww.example.com", true}};
-    timer.startScheduledBlock(block);
+    timer().startScheduledBlock(block);
   }
   void share(const SharedBlocklist& list) {
     blockers.sharedRules.blocklists.push_back(list);
@@ -107,39 +98,36 @@ class Coordination : public testing::Test {
     blockers.told.clear();
   }
   static inline const Texts kOff{"apps: stop", "sites: off", "off"};
-  static inline const Texts kLists{"apps: close org.chat org.game (off)", "sites: focus: reddit.com",
-                                   "block reddit.com"};
+  static inline const Texts kLists{"apps: close org.chat org.game (off)",
+                                   "sites: focus: reddit.com", "block reddit.com"};
 
- private:
-  TimerService::Neighbours timerNeighbours_;
-  BlockingCoordinator::Neighbours neighbours_;
-
- protected:
-  sim::World world;
   sim::SimDevice device{world};
   Blockers blockers;
   BlocklistStore& lists = device.app->lists;
   FocusPresetStore& presets = device.app->presets;
-  TimerService timer{device.preferences,   device.clock,  *device.loop,
-                     device.notifications, device.sounds, timerNeighbours_};
-  BlockingCoordinator coordinator{timer,          presets,      lists,      device.app->monitor,
-                                  device.catalog, device.clock, neighbours_};
-  Lifecycle lifecycle{timer, presets, lists, coordinator, *device.loop};
+
+ private:
+  BlockingCoordinator::Neighbours neighbours_;
+
+ protected:
+  BlockingCoordinator coordinator{timer(),        presets, lists,      device.app->monitor,
+                                  device.catalog, clock,   neighbours_};
+  Lifecycle lifecycle{timer(), presets, lists, coordinator, loop};
 };
 
 TEST_F(Coordination, BlocksByListInASoftFocusAndNothingOtherwise) {
   soften();
   choose({"a.com"});  // means nothing in soft mode
   EXPECT_EQ(synced(), kOff);
-  timer.start(false);
+  play("start");
   EXPECT_EQ(synced(), kLists);
   EXPECT_EQ(synced(), kLists);  // a repeat says the same again
-  timer.pause();
+  play("pause");
   EXPECT_EQ(synced(), kOff);
 }
 
 TEST_F(Coordination, BrakModeAllowsWhatWasChosenAndBrowsersOnlyForSites) {
-  timer.start(true);
+  play("begin");
   EXPECT_EQ(synced(), kOff);  // no choice, no block
   choose({});
   EXPECT_EQ(synced(), (Texts{"apps: allow org.editor", "sites: page only", "allow"}));
@@ -150,24 +138,21 @@ TEST_F(Coordination, BrakModeAllowsWhatWasChosenAndBrowsersOnlyForSites) {
   blockers.follows = true;  // a follower goes by list even so
   EXPECT_EQ(synced(), kLists);
   blockers.follows = false;
-  timer.pause();
+  play("pause");
   EXPECT_EQ(synced(), kOff);
-  timer.switchSession(shortBreak);
-  timer.start(false);
+  play("toBreak start");
   EXPECT_EQ(synced(), kOff);
 }
 
 TEST_F(Coordination, ARunningChronoClockOnItsScreenBlocksInABreakToo) {
   soften();
-  timer.switchSession(longBreak);
-  timer.start(false);
-  timer.startCountdown();
+  play("toBreak start countdown");
   EXPECT_EQ(synced(), kOff);
-  timer.setStopwatchMode(true);
-  EXPECT_EQ(synced()[1], "sites: long break: reddit.com");
-  timer.pause();  // the countdown alone
+  play("stopwatchScreen");
+  EXPECT_EQ(synced()[1], "sites: short break: reddit.com");
+  play("pause");  // the countdown alone
   EXPECT_EQ(synced().back(), "block reddit.com");
-  timer.pauseCountdown();
+  play("countdown");
   EXPECT_EQ(synced(), kOff);
 }
 
@@ -181,8 +166,8 @@ TEST_F(Coordination, ASoftMissionBringsItsOwnListsWholeAndItsSecondsAreNoNews) {
                              "block awww.example.com news.com"}));
   world.advance(Seconds(10));
   EXPECT_EQ(blockers.told, Texts{});
-  EXPECT_EQ(timer.scheduledMissionRemaining.get(), 7190);
-  timer.endScheduledBlock(false);
+  EXPECT_EQ(timer().scheduledMissionRemaining.get(), 7190);
+  play("endMission");
   EXPECT_EQ(wall(), "off");
 }
 
@@ -196,7 +181,7 @@ TEST_F(Coordination, ABrakMissionGoesByItsChoiceEvenWhileAnotherDeviceIsFollowed
 
 TEST_F(Coordination, ASharedListReplacesTheLocalOnesAndTheMainOneAddsItsServices) {
   soften();
-  timer.start(false);
+  play("start");
   share({Uuid({9}), "Shared", "flame", {"a.com"}, {"youtube", "unheard-of"}, {{"T", "chromium"}}});
   EXPECT_EQ(synced(), (Texts{"apps: close org.chromium.Chromium", "sites: focus: youtube.com a.com",
                              "block a.com youtube.com"}));
@@ -213,7 +198,7 @@ TEST_F(Coordination, ASharedListReplacesTheLocalOnesAndTheMainOneAddsItsServices
 
 TEST_F(Coordination, BeginsATenthOfASecondAfterLaunchWithTheStateAsItIsAndEndsWithTheProcess) {
   soften();
-  timer.start(false);
+  play("start");
   lifecycle.applicationDidFinishLaunching();
   world.advance(Seconds(0.09));
   EXPECT_EQ(wall(), "off");
@@ -227,37 +212,30 @@ TEST_F(Coordination, BeginsATenthOfASecondAfterLaunchWithTheStateAsItIsAndEndsWi
 
 TEST_F(Coordination, EveryCauseReachesTheBlockersOnceAndAfterTheWrite) {
   launch();
-  const std::pair<const char*, std::function<void()>> causes[] = {
-      {"settings", [&] { soften(); }},
-      {"start", [&] { timer.start(true); }},
-      {"stopwatch screen", [&] { timer.setStopwatchMode(true); }},
-      {"countdown screen", [&] { timer.setChronoCountdownMode(true); }},
-      {"countdown start", [&] { timer.startCountdown(); }},
-      {"countdown pause", [&] { timer.pauseCountdown(); }},
-      {"stopwatch pause", [&] { timer.pauseStopwatch(); }},
-      {"stopwatch start", [&] { timer.startStopwatch(); }},
-      {"site", [&] { lists.addSite("news.com"); }},
-      {"app", [&] { lists.addApp(lists.makeApp("Mail", "org.mail")); }},
-      {"context", [&] { choose({}); }},
-      {"pause", [&] { timer.pause(); }},
-      {"type", [&] { timer.switchSession(longBreak); }}};
-  for (const auto& [name, cause] : causes) {
+  const auto reachesThemOnce = [&](const std::string& name, const std::function<void()>& cause) {
     blockers.told.clear();
     cause();
     EXPECT_TRUE(blockers.told.empty()) << name;
-    world.settle();
+    world.advance(Seconds(0));
     EXPECT_EQ(blockers.told.size(), 2u) << name;
-  }
+  };
+  for (const char* word : {"begin", "stopwatchScreen", "countdownScreen", "countdown", "countdown",
+                           "stopwatch", "stopwatch", "pause", "toBreak"})
+    reachesThemOnce(word, [&] { play(word); });
+  reachesThemOnce("settings", [&] { soften(); });
+  reachesThemOnce("site", [&] { lists.addSite("news.com"); });
+  reachesThemOnce("app", [&] { lists.addApp(lists.makeApp("Mail", "org.mail")); });
+  reachesThemOnce("context", [&] { choose({}); });
 }
 
 TEST_F(Coordination, AdoptingDuringABlockNeverLiftsIt) {
   launch();
   blockers.follows = true;
   const SharedSession::Pomodoro plan{1500, 300, 900, 4, {}};
-  timer.adopt(plan, {focus, 0, 600, true});
+  timer().adopt(plan, {SessionType::focus, 0, 600, true});
   world.settle();
   blockers.told.clear();
-  timer.adopt(plan, {focus, 1, 500, true});
+  timer().adopt(plan, {SessionType::focus, 1, 500, true});
   EXPECT_EQ(wall(), "block reddit.com");
   world.settle();
   EXPECT_EQ(blockers.told, Texts(kLists.begin(), kLists.end() - 1));

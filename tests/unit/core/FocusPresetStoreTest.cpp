@@ -109,12 +109,5 @@ TEST_F(Presets, AChoiceIsACopyThatEditsDoNotReach) {
   EXPECT_EQ(store->activeContext.get()->taskName, preset(0).name);
 }
 
-TEST_F(Presets, AContextThatCannotBeReadStaysUntilTheNextWrite) {
-  preferences.setBlob("vm_focus_active_context_v2", R"({"presetName":"Deep Work"})");
-  load();
-  EXPECT_FALSE(store->hasActiveFocusContext());
-  EXPECT_EQ(preferences.blob("vm_focus_active_context_v2"), R"({"presetName":"Deep Work"})");
-}
-
 }  // namespace
 }  // namespace velmora

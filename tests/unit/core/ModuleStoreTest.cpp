@@ -10,17 +10,8 @@ namespace {
 using enum BrakModule::Name;
 using Texts = std::vector<std::string>;
 
-struct FakeCommitment final : ModuleStore::Commitment {
-  bool isProtectionActive() const override { return active; }
-  bool isTemporaryProtectionActive() const override { return temporary; }
-  void disableTemporaryProtection() override { temporary = false; }
-  bool active = true;
-  bool temporary = true;
-};
-
 class Modules : public testing::Test {
  protected:
-  Modules() { neighbour.bind(commitment); }
   Texts afterStart(const Preferences::Changes& disk) {
     preferences = {};
     preferences.write(disk);
@@ -31,7 +22,6 @@ class Modules : public testing::Test {
   void set(BrakModule::Name name, bool on) { store->set(BrakModule::named(name), on); }
 
   sim::FakePreferences preferences;
-  FakeCommitment commitment;
   LateRef<ModuleStore::Commitment> neighbour;
   std::unique_ptr<ModuleStore> store;
 };
@@ -63,19 +53,6 @@ TEST_F(Modules, AStoredListRulesAndSwitchesAreSavedAtOnceAndSorted) {
   set(habit, true);
   store->toggle(BrakModule::named(posture));
   EXPECT_EQ(stored(), (Texts{"budget", "habit"}));
-}
-
-TEST_F(Modules, ACommitmentKeepsItsModuleOn) {
-  afterStart({});
-  set(brakPorn, true);
-  set(brakPorn, false);
-  set(sounds, false);  // only its own
-  EXPECT_EQ(stored(), (Texts{"brakPorn", "schedule"}));
-  EXPECT_TRUE(commitment.temporary);
-  commitment.active = false;
-  set(brakPorn, false);
-  EXPECT_FALSE(commitment.temporary);
-  EXPECT_EQ(stored(), Texts{"schedule"});
 }
 
 }  // namespace

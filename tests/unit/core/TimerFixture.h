@@ -29,16 +29,16 @@ struct TimerNeighbourRecorder final : TimerService::FocusContext,
   void sync() override { tell("sync"); }
   void activateEmergencyPass() override { tell("pass"); }
   void suppressCurrentOccurrence() override { tell("suppress"); }
-  void scheduledTimerReachedBoundary() override {
-    tell("boundary");
-    onBoundary();
-  }
+  void scheduledTimerReachedBoundary() override { tell("boundary"); }
   void recordFocusSession(Date) override { tell("habit"); }
-  void tell(const std::string& what) { told.push_back(what); }
+  void tell(const std::string& what) {
+    told.push_back(what);
+    if (reactions.contains(what)) reactions.at(what)();
+  }
 
   bool hasContext = true;
   std::vector<std::string> told;
-  std::function<void()> onBoundary = [] {};
+  std::map<std::string, std::function<void()>> reactions;
 };
 
 // The timer alone, on virtual time and a disk that outlives it.
@@ -101,8 +101,10 @@ class TimerFixture : public testing::Test {
         {"endMission", [](auto& t) { t.endScheduledBlock(true); }}};
     std::istringstream words(script);
     for (std::string word; words >> word;)
-      if (std::isdigit(word.front())) world.advance(Seconds(std::stod(word)));
-      else acts.at(word)(timer());
+      if (std::isdigit(word.front()))
+        world.advance(Seconds(std::stod(word)));
+      else
+        acts.at(word)(timer());
   }
   Texts told() { return std::exchange(recorder.told, {}); }
   // Type, whether it runs, whether a session is active, seconds left: "focus running active 1490".
@@ -114,10 +116,10 @@ class TimerFixture : public testing::Test {
   }
   // What stands on the chrono clocks, the running ones marked: "90 3550+".
   std::string chrono() {
-    return std::to_string(timer().stopwatchElapsed.get()) +
-           (timer().stopwatchRunning.get() ? "+ " : " ") +
-           std::to_string(timer().countdownRemaining.get()) +
-           (timer().countdownRunning.get() ? "+" : "");
+    std::ostringstream out;
+    out << timer().stopwatchElapsed.get() << (timer().stopwatchRunning.get() ? "+ " : " ")
+        << timer().countdownRemaining.get() << (timer().countdownRunning.get() ? "+" : "");
+    return out.str();
   }
   TimerService::ScheduledBlock mission(double seconds, uint8_t id = 1) {
     TimerService::ScheduledBlock block;

@@ -9,9 +9,13 @@ TEST(PomodoroPlan, EveryNthBreakIsLongAndTheEndOfTheBlockWins) {
   using Phases = std::vector<SchedulePomodoroPhase>;
   using enum SessionType;
   const auto plan = SchedulePomodoroPlan::phases;
-  EXPECT_EQ(plan(40, 10, 2, 5, 2),
-            (Phases{{focus, 0, 10}, {shortBreak, 10, 12}, {focus, 12, 22}, {longBreak, 22, 27},
-                    {focus, 27, 37}, {shortBreak, 37, 39}, {focus, 39, 40}}));
+  EXPECT_EQ(plan(40, 10, 2, 5, 2), (Phases{{focus, 0, 10},
+                                           {shortBreak, 10, 12},
+                                           {focus, 12, 22},
+                                           {longBreak, 22, 27},
+                                           {focus, 27, 37},
+                                           {shortBreak, 37, 39},
+                                           {focus, 39, 40}}));
   EXPECT_EQ(plan(10, 10, 2, 5, 2), (Phases{{focus, 0, 10}}));
   EXPECT_EQ(plan(-1, 10, 2, 5, 2), Phases{});
   EXPECT_EQ(plan(3, -5, 0, 0, 0), (Phases{{focus, 0, 1}, {longBreak, 1, 2}, {focus, 2, 3}}));
