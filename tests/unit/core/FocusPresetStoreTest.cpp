@@ -37,7 +37,7 @@ TEST_F(Presets, TheDefaultsStandWhereNothingUsefulIsStored) {
   EXPECT_EQ(preset(1).allowedDomains(), (Texts{"capcut.com", "adobe.com"}));
 }
 
-TEST_F(Presets, MissingMembersAreFilledInAndSavedInTheirCurrentForm) {
+TEST_F(Presets, AnOlderFormIsFilledInAndSavedInThePresentOne) {
   preferences.setBlob("vm_focus_presets_v2",
                       R"([{"id":"00000000-0000-0000-0000-0000000000aa","name":"Old",)"
                       R"("colorHex":4287388927}])");  // larger than any colour, and kept
