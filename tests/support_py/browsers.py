@@ -108,7 +108,8 @@ class Desktop:
             return False
         reader, writer = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", ":%d" % number, "-displayfd", str(writer), "-screen", "0", size + "x24", "-nolisten", "tcp"],
+            ["Xvfb", ":%d" % number, "-displayfd", str(writer), "-screen", "0", size + "x24", "-nolisten", "tcp",
+             "-noreset"],  # or it starts afresh, without the manager, when a first client leaves before the manager comes
             pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(writer)
         with os.fdopen(reader) as ready:
@@ -371,8 +372,11 @@ class Firefox(Browser):
         return self.call("WebDriver:GetWindowHandles")[0]
 
     def address(self, tab):
-        self._in(tab)
-        return self.call("WebDriver:GetCurrentURL").get("value")
+        try:
+            self._in(tab)
+            return self.call("WebDriver:GetCurrentURL").get("value")
+        except RuntimeError:  # between two pages
+            return None
 
     def go(self, tab, address):
         self._in(tab)

@@ -174,13 +174,15 @@ class Screen(Desktop):
         return subprocess.run(words, env=self.environment, capture_output=True, text=True, timeout=20).stdout
 
     def windows(self):
-        """Title -> X id of every managed window."""
-        rows = (line.split(None, 3) for line in self.run("wmctrl", "-l").splitlines())
-        return {row[3] if len(row) > 3 else "": row[0] for row in rows}
+        """X id, process and title of every managed window, in the order of their coming."""
+        rows = (line.split(None, 4) for line in self.run("wmctrl", "-l", "-p").splitlines())
+        return [(row[0], int(row[2]), row[4] if len(row) > 4 else "") for row in rows]
 
-    def window(self, title):
-        found = eventually(lambda: next((w for t, w in self.windows().items() if title in t), None), 10, 0.05)
-        assert found, "no window “%s” among %s" % (title, list(self.windows()))
+    def window(self, whose):
+        """The newest window of a process, or with this in its title."""
+        fits = lambda w: w[1] == whose if isinstance(whose, int) else whose in w[2]
+        found = eventually(lambda: next((w[0] for w in reversed(self.windows()) if fits(w)), None), 10, 0.05)
+        assert found, "no window of %s among %s" % (whose, self.windows())
         return found
 
     def minimise(self, window):
@@ -205,12 +207,13 @@ class Screen(Desktop):
                 for name in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")]
 
     def terminal(self, title, x, y, width, height):
-        """A terminal window; its X id."""
+        """A terminal window in front of all others; its X id."""
         self.others.append(subprocess.Popen(
             ["xterm", "-T", title, "-bg", "#14121f", "-fg", "#8f86c9", "-e", "sleep", "600"],
             env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
         window = self.window(title)
         self.place(window, x, y, width, height)
+        self.raise_(window)
         return window
 
     def close_window(self, window):

@@ -234,7 +234,6 @@ class Demo:
 
     def covered_window(self):
         cover = self.screen.terminal("Report draft", *COVER)
-        self.screen.raise_(cover)
         self.velmora.note("(demo: covered)")
         self.stays("a window covered by more than three quarters", "reddit.com", self.visit("reddit.com"),
                    shot="covered")
