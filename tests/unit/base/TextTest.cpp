@@ -17,11 +17,5 @@ TEST(Text, CaseFollowsUnicodeWithoutALanguage) {
   EXPECT_EQ(lowercased("A\xff"), "A\xff");  // not UTF-8: unchanged
 }
 
-TEST(Text, Utf8IsCheckedStrictly) {
-  for (const char* good : {"", "żółw", "🙂"}) EXPECT_TRUE(isValidUtf8(good)) << good;
-  for (const char* bad : {"\xff", "\xc3", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80"})
-    EXPECT_FALSE(isValidUtf8(bad));
-}
-
 }  // namespace
 }  // namespace velmora::text

@@ -84,15 +84,6 @@ TEST_F(Wall, TriesFiveTimesMoreTwoSecondsApartAndThenFallsSilent) {
   EXPECT_EQ(ask("GET /"), kAnswer);
 }
 
-TEST_F(Wall, SaysWhyNoListenerCanBeMadeAndDoesNotRetry) {
-  listeners.refusesAll = true;
-  start();
-  world.advance(Seconds(60));
-  ASSERT_EQ(log.notices.size(), 1u);
-  EXPECT_TRUE(log.notices[0].ends_with("could not start: no listener can be made"));
-  EXPECT_EQ(listeners.attempts, 1);
-}
-
 // The queue may still run what was posted when the process's main loop is gone.
 TEST_F(Wall, NewsOnItsWayWhenTheServerGoesIsDroppedAndThePortFree) {
   server->start();

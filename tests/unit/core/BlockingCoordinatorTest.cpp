@@ -115,17 +115,6 @@ class Coordination : public TimerFixture {
   Lifecycle lifecycle{timer(), presets, lists, coordinator, loop};
 };
 
-TEST_F(Coordination, BlocksByListInASoftFocusAndNothingOtherwise) {
-  soften();
-  choose({"a.com"});  // means nothing in soft mode
-  EXPECT_EQ(synced(), kOff);
-  play("start");
-  EXPECT_EQ(synced(), kLists);
-  EXPECT_EQ(synced(), kLists);  // a repeat says the same again
-  play("pause");
-  EXPECT_EQ(synced(), kOff);
-}
-
 TEST_F(Coordination, BrakModeAllowsWhatWasChosenAndBrowsersOnlyForSites) {
   play("begin");
   EXPECT_EQ(synced(), kOff);  // no choice, no block
@@ -146,7 +135,10 @@ TEST_F(Coordination, BrakModeAllowsWhatWasChosenAndBrowsersOnlyForSites) {
 
 TEST_F(Coordination, ARunningChronoClockOnItsScreenBlocksInABreakToo) {
   soften();
-  play("toBreak start countdown");
+  choose({"a.com"});  // means nothing in soft mode
+  play("start");
+  EXPECT_EQ(synced(), kLists);
+  play("pause toBreak start countdown");
   EXPECT_EQ(synced(), kOff);
   play("stopwatchScreen");
   EXPECT_EQ(synced()[1], "sites: short break: reddit.com");
@@ -194,20 +186,6 @@ TEST_F(Coordination, ASharedListReplacesTheLocalOnesAndTheMainOneAddsItsServices
   EXPECT_EQ(synced(), main);
   blockers.shared = {{}, Uuid({9})};  // no session decides, whatever the id says
   EXPECT_EQ(synced(), main);
-}
-
-TEST_F(Coordination, BeginsATenthOfASecondAfterLaunchWithTheStateAsItIsAndEndsWithTheProcess) {
-  soften();
-  play("start");
-  lifecycle.applicationDidFinishLaunching();
-  world.advance(Seconds(0.09));
-  EXPECT_EQ(wall(), "off");
-  world.advance(Seconds(0.01));
-  EXPECT_EQ(wall(), "block reddit.com");
-  lifecycle.stop();
-  lists.addSite("news.com");
-  world.settle();
-  EXPECT_EQ(wall(), "off");
 }
 
 TEST_F(Coordination, EveryCauseReachesTheBlockersOnceAndAfterTheWrite) {

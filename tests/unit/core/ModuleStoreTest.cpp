@@ -29,9 +29,7 @@ class Modules : public testing::Test {
 TEST_F(Modules, AnUpgradeHidesNothingThatWasInUse) {
   const Texts fresh{"schedule", "sounds"};
   const std::pair<const char*, std::pair<const char*, PreferenceValue>> used[] = {
-      {"habit", {"vm_habit_sessionCounts", blobValue("[")}},
       {"habit", {"vm_habit_dailyGoal", 0}},
-      {"deadline", {"vm_deadline_isEnabled", true}},
       {"deadline", {"vm_deadline_title", " Thesis "}},
       {"budget", {"vm_budgetedSites", blobValue(R"([{"anything":1}])")}},
       {"creatorGate", {"vm_creatorGate_isEnabled", true}}};
@@ -46,7 +44,6 @@ TEST_F(Modules, AnUpgradeHidesNothingThatWasInUse) {
 }
 
 TEST_F(Modules, AStoredListRulesAndSwitchesAreSavedAtOnceAndSorted) {
-  EXPECT_EQ(afterStart({{"vm_enabledModules", Texts{}}}), Texts{});
   EXPECT_EQ(afterStart({{"vm_enabledModules", Texts{"posture", "telepathy", "budget"}},
                         {"vm_habit_dailyGoal", 3}}),
             (Texts{"budget", "posture"}));
