@@ -6,17 +6,18 @@ const PROTOCOL = 1;
 const BLOCK_PAGE = "http://127.0.0.1:52700/";
 const LONGEST_ADDRESS = 4096;
 const LONGEST_TITLE = 256;
+const LEAVING_MS = 1000; // after which an order that came to nothing may be repeated
 
 // --- what is on screen ---
 
 // Window id -> { tabId, address, news } of its active tab. `address` is the newest that is known,
 // `news` counts what was told: an answer that took time is dropped if something newer went out
-// meanwhile. Every activation makes a new record, so the record itself tells one showing of a tab
-// from the next.
+// meanwhile. `bound` is where we have sent the tab and since when, until it arrives. Every activation
+// makes a new record, so the record itself tells one showing of a tab from the next.
 let shown = new Map();
 
 function show(windowId, tabId) {
-  const record = { tabId, address: undefined, news: 0 };
+  const record = { tabId, address: undefined, news: 0, leaving: undefined };
   shown.set(windowId, record);
   return record;
 }
@@ -174,6 +175,8 @@ function tell(tabId, address, why, title) {
   const record = shown.get(windowId);
   record.address = address;
   record.news++;
+  if (why === "start" ? address !== record.bound?.address : address === record.bound?.address)
+    record.bound = undefined; // it left for elsewhere, or has arrived
   send({
     type: "tab",
     windowId,
@@ -211,7 +214,9 @@ onNavigation(chrome.webNavigation.onReferenceFragmentUpdated, "fragment");
 
 // The address announced at the start was never reached.
 chrome.webNavigation.onErrorOccurred.addListener((details) => {
-  if (concernsPage(details)) tellAsItIs(details.tabId, "error");
+  if (!concernsPage(details)) return;
+  arrived(details);
+  tellAsItIs(details.tabId, "error");
 });
 
 chrome.tabs.onUpdated.addListener((tabId, { url, title }, tab) => {
@@ -260,6 +265,9 @@ chrome.windows.onBoundsChanged?.addListener(tellWindowsSoon); // not in Firefox
 // Obeys only for the block page, and only while the tab is still the one on screen and its newest
 // page is the one that was judged, `from`: what the user has just turned away from stays as it is,
 // and Velmora learns how things stand.
+//
+// A page that had its answer already still commits after we have sent its tab away, and is judged
+// once more. The order that follows would only start the way to the block page again.
 async function go({ windowId, tabId, address, from }) {
   if (typeof address !== "string" || !address.startsWith(BLOCK_PAGE)) return;
   try {
@@ -267,11 +275,21 @@ async function go({ windowId, tabId, address, from }) {
     if (record?.tabId !== tabId) throw new Error("no longer shown");
     const newest = cut(record.address ?? "", LONGEST_ADDRESS);
     if (from !== undefined && from !== newest) throw new Error("another page");
+    if (record.leaving?.from === newest && Date.now() < record.leaving.until) return;
+    record.leaving = { from: newest, until: Date.now() + LEAVING_MS };
     await chrome.tabs.update(tabId, { url: address });
   } catch {
     tellWindows();
   }
 }
+
+// Whether it got to the block page or not: the next order counts.
+function arrived({ tabId, url }) {
+  const record = shown.get(windowShowing(tabId));
+  if (record && url.startsWith(BLOCK_PAGE)) record.leaving = undefined;
+}
+
+chrome.webNavigation.onCommitted.addListener(arrived);
 
 // --- staying there ---
 
