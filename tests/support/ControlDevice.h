@@ -17,8 +17,7 @@ class FakeLinks final : public BrowserLinks {
 
 class FakeDiagnostics final : public Diagnostics {
  public:
-  std::vector<Finding> examine() override { return findings; }
-  std::vector<Finding> findings;
+  std::vector<Finding> examine() override { return {}; }
 };
 
 // A simulated desktop whose application can be told what to do.
@@ -33,7 +32,6 @@ struct ControlDevice : SimDevice {
   int status(std::string_view name, const std::vector<std::string>& arguments = {}) {
     return tell(name, arguments).status;
   }
-  json::Value now() const { return state.status(); }
 
   FakeLinks links;
   FakeDiagnostics diagnostics;

@@ -22,17 +22,15 @@ struct SimDevice {
   void kill() {
     app.reset();
     loop.reset();
-    screen = nullptr;
   }
   // A fresh process on the same disk. The windows stay as they are.
   void boot() {
     loop = std::make_unique<Lane>(world);
-    auto windows = desktop ? desktop->windows : std::vector<FakeScreen::Window>{};
-    desktop = std::make_unique<FakeScreen>(*loop);
-    desktop->windows = std::move(windows);
-    screen = desktop.get();
-    app = std::make_unique<App>(Platform{clock, *loop, *pageLane, preferences, random, *desktop,
-                                         *desktop, catalog, listeners, notifications, sounds, log,
+    auto windows = screen ? screen->windows : std::vector<FakeScreen::Window>{};
+    screen = std::make_unique<FakeScreen>(*loop);
+    screen->windows = std::move(windows);
+    app = std::make_unique<App>(Platform{clock, *loop, *pageLane, preferences, random, *screen,
+                                         *screen, catalog, listeners, notifications, sounds, log,
                                          "<html>the wall</html>", "velmora.invalid"});
   }
   void start() {
@@ -57,8 +55,7 @@ struct SimDevice {
   FakeLog log;
   std::unique_ptr<Lane> pageLane;
   std::unique_ptr<Lane> loop;
-  std::unique_ptr<FakeScreen> desktop;
-  FakeScreen* screen = nullptr;
+  std::unique_ptr<FakeScreen> screen;
   std::unique_ptr<App> app;
 };
 

@@ -11,11 +11,5 @@ TEST(Text, TrimTakesEveryWhiteSpaceAtBothEnds) {
   for (const auto& [text, trimmed] : cases) EXPECT_EQ(trim(text), trimmed);
 }
 
-TEST(Text, CaseFollowsUnicodeWithoutALanguage) {
-  EXPECT_EQ(lowercased("ŻÓŁW I"), "żółw i");
-  EXPECT_EQ(uppercased("żółw straße i"), "ŻÓŁW STRASSE I");
-  EXPECT_EQ(lowercased("A\xff"), "A\xff");  // not UTF-8: unchanged
-}
-
 }  // namespace
 }  // namespace velmora::text

@@ -52,16 +52,6 @@ TEST_F(Lists, SitesAndAppsAreListedOnceAndStoredInTheirExactShapes) {
   EXPECT_EQ(stored(kApps), "[" + app(6) + "]");
 }
 
-TEST_F(Lists, ABudgetHasAtLeastOneMinuteAndOneEntryForEachSite) {
-  auto& lists = load();
-  lists.addBudgetedSite(" https:// ", 5);
-  lists.addBudgetedSite("a.com", -7);
-  lists.addBudgetedSite("mobile.twitter.com", 20);
-  lists.addBudgetedSite("x.com", 30);
-  lists.updateBudgetedSite(BudgetedSite(lists.budgetedSites.get()[1]), 45);
-  EXPECT_EQ(stored(kBudgets), "[" + budget(2, "a.com", 1) + "," + budget(3, "x.com", 45) + "]");
-}
-
 TEST_F(Lists, LoadingMigratesBudgetsAndSavesOnlyWhenADomainChanged) {
   const std::string settled = budget(1, "x.com", 10) + "," + budget(2, "a.com", 0);
   preferences.setBlob(kBudgets, "[" + settled + "]");

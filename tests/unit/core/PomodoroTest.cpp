@@ -24,17 +24,8 @@ TEST_F(Pomodoro, GoesFromStateToStateAsTheTableSays) {
     play(script);
     EXPECT_EQ(state(), end) << script;
   }
-}
-
-TEST_F(Pomodoro, ASleepingMachineLosesTicksAndTheEndIsToldOnce) {
-  soften();
-  play("start");
   told();
-  world.jump(Seconds(3000));
-  play("1500");
-  EXPECT_TRUE(told().empty());
   play("1");
-  EXPECT_EQ(state(), "shortBreak 300");
   EXPECT_EQ(told(), (Texts{"habit", "clearContext", "dismissHUD"}));
 }
 
