@@ -43,13 +43,5 @@ TEST(WindowVisibility, AWindowIsShownWhileAQuarterOfItIsUncovered) {
   EXPECT_DOUBLE_EQ(uncoveredShare({1200, 0, 800, 800}, {}, {kDisplay, kDisplay}), 0.5);  // mirrored
 }
 
-TEST(WindowVisibility, FramesAreTheSameWithinFourPointsOnEachEdge) {
-  const Rect a{10, 20, 300, 400};
-  EXPECT_TRUE(sameFrame(a, {14, 16, 300, 400}));
-  EXPECT_TRUE(sameFrame(a, {6, 24, 308, 392}));
-  EXPECT_FALSE(sameFrame(a, {14.5, 20, 300, 400}));
-  EXPECT_FALSE(sameFrame(a, {14, 20, 301, 400}));  // the right edge is five away
-}
-
 }  // namespace
 }  // namespace velmora

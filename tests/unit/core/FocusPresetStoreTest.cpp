@@ -27,14 +27,6 @@ class Presets : public testing::Test {
   std::unique_ptr<FocusPresetStore> store;
 };
 
-TEST_F(Presets, TheDefaultsStandWhereNothingUsefulIsStored) {
-  for (const char* stored : {"", "[]", "{}", R"([{"name":"no identity"}])"}) {
-    preferences.setBlob("vm_focus_presets_v2", stored);
-    load();
-    EXPECT_EQ(names(), (Texts{"Deep Work", "Editing", "Writing"})) << stored;
-  }
-}
-
 TEST_F(Presets, AnOlderFormIsFilledInAndSavedInThePresentOne) {
   preferences.setBlob("vm_focus_presets_v2",
                       R"([{"id":"00000000-0000-0000-0000-0000000000aa","name":"Old",)"

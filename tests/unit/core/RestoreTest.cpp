@@ -37,14 +37,12 @@ TEST_F(Restore, AllComesBackThoughThePhaseRanOutAndTheBlockStillEndsAfterItsBrea
   soften();
   change([](auto& s) { s.focusSessionLimit = s.sessionsBeforeLongBreak = 2; });
   play("skip skip skip start");
-  preferences.set("vm_timer_totalFocusMinutes", 77);
   relaunch(900);
   play("1");
   EXPECT_EQ(state(), "longBreak 900");  // full and uncounted
   EXPECT_EQ(timer().completedSessions.get(), 2);
   play("skip");
   EXPECT_EQ(notifications.posted.back().title, "Pomodoro block complete");
-  EXPECT_EQ(preferences.integer("vm_timer_totalFocusMinutes"), 77);
 }
 
 TEST_F(Restore, ALostContextBringsUpTheGate) {
