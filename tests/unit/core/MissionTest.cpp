@@ -34,6 +34,8 @@ TEST_F(Mission, TakesTheClockOverFromEveryOtherWhichCountsAsDoneIfAMission) {
 }
 
 TEST_F(Mission, TellsTheScheduleOnceAtItsEndAndWaitsForItsWord) {
+  timer().startScheduledBlock(mission(15 * 3600));
+  EXPECT_EQ(timer().scheduledEndMinutes(), 1440);  // midnight is an end, not a beginning
   play("mission");
   told();
   play("3610");
@@ -65,6 +67,15 @@ TEST_F(Mission, IsStoppedByTheUsersControlsUnlessHard) {
     EXPECT_EQ(told(), (Texts{"sync", "suppress", "clearContext", "dismissHUD", "sync"}));
   }
   EXPECT_EQ(timer().completedSessions.get(), 0);
+}
+
+TEST_F(Mission, HardModeTakesAnIdleScreenBackToFocus) {
+  play("stopwatchScreen toBreak");
+  timer().setScheduledHardModeActive(false);  // no change, no sync
+  timer().setScheduledHardModeActive(true);
+  EXPECT_EQ(told(), Texts{"sync"});
+  EXPECT_EQ(state(), "focus 1500");
+  EXPECT_TRUE(timer().effectiveIsHardcore() && !timer().isStopwatchMode.get());
 }
 
 TEST_F(Mission, InPomodoroRhythmAnnouncesEachPhaseOfTheLengthsItBeganWith) {

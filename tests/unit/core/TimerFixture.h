@@ -45,7 +45,6 @@ struct TimerNeighbourRecorder final : TimerService::FocusContext,
 class TimerFixture : public testing::Test {
  protected:
   using Texts = std::vector<std::string>;
-  using Notice = sim::FakeNotifications::Notice;
 
   TimerFixture() {
     neighbours_.focusContext.bind(recorder);
