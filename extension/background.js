@@ -12,8 +12,9 @@ const LEAVING_MS = 1000; // after which an order that came to nothing may be rep
 
 // Window id -> { tabId, address, news } of its active tab. `address` is the newest that is known,
 // `news` counts what was told: an answer that took time is dropped if something newer went out
-// meanwhile. `bound` is where we have sent the tab and since when, until it arrives. Every activation
-// makes a new record, so the record itself tells one showing of a tab from the next.
+// meanwhile. `leaving` is the page from which we have just sent the tab away, until it is there or
+// bound elsewhere. Every activation makes a new record, so the record itself tells one showing of a
+// tab from the next.
 let shown = new Map();
 
 function show(windowId, tabId) {
@@ -175,8 +176,7 @@ function tell(tabId, address, why, title) {
   const record = shown.get(windowId);
   record.address = address;
   record.news++;
-  if (why === "start" ? address !== record.bound?.address : address === record.bound?.address)
-    record.bound = undefined; // it left for elsewhere, or has arrived
+  if ((why === "start") !== address.startsWith(BLOCK_PAGE)) record.leaving = undefined;
   send({
     type: "tab",
     windowId,
@@ -214,9 +214,7 @@ onNavigation(chrome.webNavigation.onReferenceFragmentUpdated, "fragment");
 
 // The address announced at the start was never reached.
 chrome.webNavigation.onErrorOccurred.addListener((details) => {
-  if (!concernsPage(details)) return;
-  arrived(details);
-  tellAsItIs(details.tabId, "error");
+  if (concernsPage(details)) tellAsItIs(details.tabId, "error");
 });
 
 chrome.tabs.onUpdated.addListener((tabId, { url, title }, tab) => {
@@ -270,8 +268,8 @@ chrome.windows.onBoundsChanged?.addListener(tellWindowsSoon); // not in Firefox
 // once more. The order that follows would only start the way to the block page again.
 async function go({ windowId, tabId, address, from }) {
   if (typeof address !== "string" || !address.startsWith(BLOCK_PAGE)) return;
+  const record = shown.get(windowId);
   try {
-    const record = shown.get(windowId);
     if (record?.tabId !== tabId) throw new Error("no longer shown");
     const newest = cut(record.address ?? "", LONGEST_ADDRESS);
     if (from !== undefined && from !== newest) throw new Error("another page");
@@ -279,17 +277,10 @@ async function go({ windowId, tabId, address, from }) {
     record.leaving = { from: newest, until: Date.now() + LEAVING_MS };
     await chrome.tabs.update(tabId, { url: address });
   } catch {
+    if (record) record.leaving = undefined;
     tellWindows();
   }
 }
-
-// Whether it got to the block page or not: the next order counts.
-function arrived({ tabId, url }) {
-  const record = shown.get(windowShowing(tabId));
-  if (record && url.startsWith(BLOCK_PAGE)) record.leaving = undefined;
-}
-
-chrome.webNavigation.onCommitted.addListener(arrived);
 
 // --- staying there ---
 
