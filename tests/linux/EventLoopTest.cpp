@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <thread>
 
 #include "platform/linux/WorkerQueue.h"
 #include "support/LoopSlices.h"
@@ -26,16 +25,6 @@ class LoopOfDescriptors : public testing::Test {
   int ends[2];
   EventLoop loop;
 };
-
-TEST_F(LoopOfDescriptors, TakesPostsFromManyThreadsEachInItsOrder) {
-  std::vector<int> next(4, 0);
-  std::vector<std::jthread> threads;
-  for (int& mine : next)
-    threads.emplace_back([&] {
-      for (int i = 0; i < 500; ++i) loop.post([&mine, i] { EXPECT_EQ(mine++, i); });
-    });
-  EXPECT_TRUE(until([&] { return next == std::vector<int>(4, 500); }));
-}
 
 TEST_F(LoopOfDescriptors, WatchesUntilTheTokenGoesEvenFromWithin) {
   int told = 0;
@@ -74,16 +63,6 @@ TEST_F(LoopOfDescriptors, DropsWhatDidNotRunWithoutTrippingOverIt) {
   const std::weak_ptr<Poster> dropped = std::exchange(poster, nullptr);
   own.reset();
   EXPECT_TRUE(dropped.expired());
-}
-
-// Two timers must not wake the machine twice where their windows overlap.
-TEST_F(LoopOfDescriptors, TimersWithToleranceShareTheirWakeUps) {
-  using Clock = std::chrono::steady_clock;
-  Clock::time_point tick, look;
-  const auto ticks = loop.every(Seconds(0.1), Seconds(0.06), [&] { tick = Clock::now(); });
-  const auto looks = loop.every(Seconds(0.13), Seconds(0.06), [&] { look = Clock::now(); });
-  runFor(loop, Seconds(0.18));
-  EXPECT_TRUE(look != Clock::time_point() && look - tick < std::chrono::milliseconds(2));
 }
 
 TEST(WorkerQueue, FinishesWhatWasPostedAndLeavesSignalsToTheMainLoop) {

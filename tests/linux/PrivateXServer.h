@@ -8,16 +8,8 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
-#include <algorithm>
-#include <array>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <functional>
-#include <memory>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "base/Geometry.h"
@@ -123,7 +115,6 @@ auto owned(Reply* reply) {
 struct XLook {
   Rect frame{100, 100, 300, 200};
   bool isOverride = false;
-  bool isInputOnly = false;
   std::vector<std::string> types;  // of _NET_WM_WINDOW_TYPE_
   std::string instance = "box", windowClass = "Box";
   std::string title = "a box";
@@ -154,10 +145,9 @@ class XClient {
   xcb_window_t make(const XLook& look) {
     const xcb_window_t window = xcb_generate_id(connection_);
     const uint32_t override = look.isOverride;
-    const uint16_t kind = look.isInputOnly ? XCB_WINDOW_CLASS_INPUT_ONLY : 0;
     const auto& [x, y, width, height] = look.frame;
     xcb_create_window(connection_, 0, window, root_, int16_t(x), int16_t(y), uint16_t(width),
-                      uint16_t(height), 0, kind, 0, XCB_CW_OVERRIDE_REDIRECT, &override);
+                      uint16_t(height), 0, 0, 0, XCB_CW_OVERRIDE_REDIRECT, &override);
     std::vector<uint32_t> types;
     for (const auto& type : look.types) types.push_back(atom("_NET_WM_WINDOW_TYPE_" + type));
     set(window, atom("_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, types);

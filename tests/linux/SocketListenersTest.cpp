@@ -126,19 +126,5 @@ TEST_F(Sockets, AStaleFileIsReplacedAndALiveOneIsNot) {
   EXPECT_TRUE(SocketClient::toPath(path));
 }
 
-TEST_F(Sockets, RunningOutOfDescriptorsNeitherSpinsNorLosesPeers) {
-  const auto listener = open();
-  const auto client = SocketClient::toPath(path);
-  const int next = dup(0);
-  close(next);
-  allowDescriptors(static_cast<rlim_t>(next));
-  const auto cpu = clock();
-  runFor(loop, Seconds(0.1));
-  EXPECT_LT(clock() - cpu, CLOCKS_PER_SEC / 20);
-  EXPECT_TRUE(accepted.empty());
-  allowDescriptors(4096);
-  EXPECT_TRUE(until([&] { return accepted.size() == 1; }));
-}
-
 }  // namespace
 }  // namespace velmora

@@ -62,12 +62,6 @@ TEST_F(StoreFile, DamageIsSetAsideByteForByteAndAFreshStoreBegins) {
   expectFreshStart();
 }
 
-TEST_F(StoreFile, WithoutAFolderItLivesInMemory) {
-  const auto store = SqlitePreferences::open(folder / "absent/store", log);
-  store->set("key", 1);
-  EXPECT_TRUE(!store->isDurable() && store->has("key"));
-}
-
 TEST_F(StoreFile, RowsThatCantBeUnderstoodAreSkippedAndKept) {
   open()->set("good", 1);
   sql("INSERT INTO preferences VALUES ('odd kind', 'colour', 'blue'), ('odd bool', 'bool', 5),"
@@ -91,16 +85,6 @@ TEST_F(StoreFile, AFailedWriteIsMadeUpForByTheNext) {
   sqlite3_close(other);
   store->set("second", 2);
   EXPECT_EQ(peek()->integer("first"), 1);
-}
-
-TEST_F(StoreFile, ReadOnlyChangesNothing) {
-  EXPECT_TRUE(peek()->all().empty());
-  EXPECT_FALSE(std::filesystem::exists(path));
-  const auto writer = open();
-  writer->set("key", 2);
-  peek()->set("key", 3);
-  EXPECT_EQ(peek()->integer("key"), 2);
-  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
 }
 
 // A writer is killed again and again in the middle of its work.
