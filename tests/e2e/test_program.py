@@ -1,0 +1,244 @@
+"""The program itself: its command line, its sockets, its store, its end."""
+
+import json
+import os
+import signal
+import socket
+import stat
+import subprocess
+import sys
+import time
+
+from bench import WithVelmora, eventually
+from browsers import REPOSITORY
+from stage import PROGRAMS, WALL_PORT
+
+
+def merged(state, patch):
+    """A JSON merge patch applied."""
+    out = dict(state)
+    for key, value in patch.items():
+        if value is None:
+            out.pop(key, None)
+        else:
+            out[key] = merged(out.get(key) or {}, value) if isinstance(value, dict) else value
+    return out
+
+
+class CommandLine(WithVelmora):
+    def test_a_second_program_is_refused_in_one_line(self):
+        self.velmora.start()
+        answer = self.velmora.run()
+        self.assertEqual((answer.status, answer.output), (1, ""))
+        self.assertEqual(answer.error, "velmora: Velmora is already running. Try: velmora status\n")
+        self.velmora.tell("status")
+
+    def test_without_a_running_program_it_says_how_to_start_one(self):
+        for words in (["status"], ["start"], ["sites", "add", "a.example"], ["watch"]):
+            answer = self.velmora.run(*words)
+            self.assertEqual((answer.status, answer.output), (1, ""))
+            self.assertEqual(answer.error, "velmora: Velmora is not running. Start it with: velmora\n")
+        self.assertEqual(self.velmora.run("help").status, 0)
+
+    def test_a_killed_program_leaves_nothing_that_keeps_the_next_from_starting(self):
+        for _ in range(3):
+            self.velmora.start().kill()
+            self.assertEqual(self.velmora.run("status").status, 1)
+        self.velmora.start().tell("status")
+
+    def test_wrong_use_and_refusals_have_their_exit_codes(self):
+        self.velmora.start()
+        for words, status in ((["nonsense"], 2), (["switch", "sideways"], 2), (["sites", "remove", "no.example"], 1),
+                              (["settings", "set", "nothing", "1"], 1), (["sites", "list"], 0)):
+            answer = self.velmora.run(*words)
+            self.assertEqual(answer.status, status, words)
+            self.assertEqual(answer.error.count("\n"), 1 if status else 0, answer.error)
+
+    def test_it_ends_in_order_when_asked(self):
+        for how in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            self.velmora.start().tell("mode", "soft")
+            self.velmora.tell("start")
+            self.assertEqual(self.velmora.end(how), 0)
+            self.assertEqual(self.velmora.run("status").status, 1)
+            self.velmora.start()
+            self.assertTrue(eventually(lambda: self.velmora.status()["session"]["running"]), "the session is lost")
+            self.velmora.tell("quit")
+            self.assertEqual(self.velmora.process.wait(5), 0)
+
+    def test_hard_mode_refuses_what_would_end_it(self):
+        self.velmora.start()
+        for words in (["mode", "soft"], ["settings", "set", "isHardcore", "true"], ["sites", "add", "reddit.com"], ["start"]):
+            self.velmora.tell(*words)
+        for words in (["pause"], ["reset"], ["skip"], ["quit"], ["mode", "brak"], ["sites", "remove", "reddit.com"],
+                      ["sites", "off", "reddit.com"], ["settings", "set", "isHardcore", "false"]):
+            answer = self.velmora.run(*words)
+            self.assertEqual((answer.status, answer.error.count("\n")), (1, 1), words)
+        session = self.velmora.status()["session"]
+        self.assertTrue(session["running"] and session["locked"])
+
+
+class Store(WithVelmora):
+    def lists(self):
+        return self.velmora.tell("sites", "list").split()
+
+    def test_a_damaged_store_is_set_aside_and_a_fresh_one_begins(self):
+        self.velmora.start().tell("sites", "add", "one.example")
+        self.velmora.end()
+        with open(self.velmora.store_path, "r+b") as file:
+            file.write(b"this is no store " * 300)
+        folder = os.path.dirname(self.velmora.store_path)
+        before = set(os.listdir(folder))
+        self.velmora.start()
+        self.assertEqual(self.lists(), [])
+        aside = [name for name in set(os.listdir(folder)) - before if not name.endswith(("-wal", "-shm"))]
+        self.assertEqual(len(aside), 1, aside)
+        with open(os.path.join(folder, aside[0]), "rb") as file:
+            self.assertTrue(file.read().startswith(b"this is no store"))
+        self.velmora.tell("sites", "add", "two.example")
+        self.velmora.kill()
+        self.velmora.start()
+        self.assertEqual(self.lists(), ["two.example"])
+
+    def test_it_is_for_this_user_only_and_its_values_have_their_types(self):
+        self.velmora.start().tell("mode", "soft")
+        self.velmora.tell("start")
+        self.assertEqual(stat.S_IMODE(os.stat(self.velmora.store_path).st_mode), 0o600)
+        kinds = {key: kind for key, (kind, _) in self.velmora.stored().items()}
+        for key, kind in (("vm_timer_timeRemaining", "integer"), ("vm_timer_sessionType", "text"),
+                          ("vm_timer_isRunning", "bool"), ("vm_timer_savedAt", "double"),
+                          ("vm_sw_savedAt", "double"), ("vm_pomodoroSettings", "bytes")):
+            self.assertEqual(kinds.get(key), kind, key)
+
+    def test_fifty_kills_tear_nothing_and_lose_nothing(self):
+        for seed in (1, 2):
+            done = subprocess.run([sys.executable, os.path.join(REPOSITORY, "tools", "kill_test.py"), "25", str(seed)],
+                                  capture_output=True, text=True, timeout=150)
+            self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+
+
+class ControlSocket(WithVelmora):
+    def setUp(self):
+        super().setUp()
+        self.velmora.start()
+
+    def memory(self):
+        with open("/proc/%d/status" % self.velmora.process.pid) as lines:
+            return next(int(line.split()[1]) for line in lines if line.startswith("VmRSS"))
+
+    def test_it_is_for_this_user_only(self):
+        self.assertEqual(stat.S_IMODE(os.stat(self.velmora.control_path).st_mode), 0o600)
+        self.assertEqual(stat.S_IMODE(os.stat(os.path.dirname(self.velmora.control_path)).st_mode), 0o700)
+
+    def test_what_is_no_request_is_answered_and_the_stream_goes_on(self):
+        control = self.control()
+        for bad in (b"hello\n", b"{}\n", b"[1,2]\n", b'{"command":7}\n', b'{"command":"status","arguments":"x"}\n',
+                    b"\xff\xfe\x00\n", b'{"id":{"a":[]},"command":"nothing"}\n', b"[" * 5000 + b"\n",
+                    b'{"command":"sites","arguments":["add","\\u0000"]}\n'):
+            control.send(bad)
+            self.assertEqual(control.line()["status"], 2, bad[:60])
+        self.assertEqual(control.ask("sites", "list").status, 0)
+
+    def test_a_request_in_pieces_and_several_in_one_piece_are_all_answered(self):
+        control = self.control()
+        for piece in (b'{"id":1,"comm', b'and":"status"', b"}\n" + b'{"id":2,"command":"status"}\n' * 3):
+            control.send(piece)
+            time.sleep(0.02)
+        self.assertEqual([control.line()["id"] for _ in range(4)], [1, 2, 2, 2])
+
+    def test_a_huge_request_ends_only_its_own_connection(self):
+        huge, other = self.control(), self.control()
+        try:
+            for _ in range(200):
+                huge.send(b"x" * 100_000)
+        except OSError:
+            pass
+        self.assertTrue(eventually(lambda: self.ended(huge)))
+        self.assertEqual(other.ask("status").status, 0)
+        self.assertLess(self.memory(), 60_000)
+
+    @staticmethod
+    def ended(control):
+        try:
+            return control.line() is None
+        except OSError:
+            return True
+
+    def test_a_subscriber_that_never_reads_costs_the_others_nothing_and_misses_nothing(self):
+        lazy, busy = self.control(), self.control()
+        lazy.send({"id": 1, "subscribe": True})
+        before, slowest = self.memory(), 0.0
+        for n in range(300):
+            began = time.monotonic()
+            self.assertEqual(busy.ask("sites", "add", "site%d.example" % n).status, 0)
+            slowest = max(slowest, time.monotonic() - began)
+        self.assertLess(slowest, 1.0)
+        self.assertLess(self.memory() - before, 20_000)
+        self.assertEqual(lazy.line()["status"], 0)
+        state = lazy.line()["state"]
+        while len(state["sites"]) < 300:
+            state = merged(state, lazy.line()["changes"])
+        self.assertEqual(state["sites"][-1]["domain"], "site299.example")
+
+    def test_watch_prints_each_change_until_the_program_ends(self):
+        watch = subprocess.Popen([PROGRAMS + "/velmora", "watch"], env=self.velmora.environment(), text=True,
+                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(watch.communicate)
+        self.addCleanup(watch.kill)
+        state = json.loads(watch.stdout.readline())["state"]
+        self.assertEqual(state["sites"], [])
+        self.velmora.tell("sites", "add", "news.example")
+        self.assertEqual(json.loads(watch.stdout.readline())["changes"]["sites"][0]["domain"], "news.example")
+        self.velmora.tell("mode", "soft")
+        self.velmora.tell("start")
+        while not state["session"]["running"]:
+            state = merged(state, json.loads(watch.stdout.readline())["changes"])
+        self.velmora.end()
+        self.assertEqual(watch.wait(5), 1)
+
+
+class Wall(WithVelmora):
+    def setUp(self):
+        super().setUp()
+        self.velmora.start()
+        self.assertTrue(eventually(lambda: self.velmora.status()["wall"]["state"] == "serving"))
+
+    def connect(self):
+        connection = socket.create_connection(("127.0.0.1", WALL_PORT), 5)
+        self.addCleanup(connection.close)
+        return connection
+
+    def answer(self, request):
+        """What comes until the wall closes; nothing when it just hangs up."""
+        connection, received = self.connect(), b""
+        try:
+            connection.sendall(request)
+            while more := connection.recv(65536):
+                received += more
+        except ConnectionError:
+            pass
+        return received
+
+    def test_it_shows_its_page_whatever_is_asked(self):
+        whole = self.answer(b"GET /?r=focus&d=reddit.com HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n")
+        self.assertTrue(whole.startswith(b"HTTP/1.1 200 OK\r\n"))
+        head, _, body = whole.partition(b"\r\n\r\n")
+        self.assertIn(b"Content-Length: %d\r\n" % len(body), head + b"\r\n")
+        self.assertTrue(body.rstrip().endswith(b"</html>"))
+        for odd in (b"\r\n\r\n", b"\xff\x00 nonsense", b"POST /x HTTP/1.1\r\n\r\n"):
+            self.assertEqual(self.answer(odd), whole, odd)
+        self.assertTrue(self.answer(b"GET /favicon.ico HTTP/1.1\r\n\r\n").startswith(b"HTTP/1.1 204 "))
+
+    def test_a_request_of_ten_megabytes_and_two_hundred_silent_guests_do_not_hold_it_up(self):
+        silent = [self.connect() for _ in range(200)]
+        self.answer(b"GET /" + b"a" * 10_000_000)
+        began = time.monotonic()
+        self.assertTrue(self.answer(b"GET / HTTP/1.1\r\n\r\n").startswith(b"HTTP/1.1 200 OK\r\n"))
+        self.assertLess(time.monotonic() - began, 1.0)
+        self.velmora.tell("status")
+        self.assertEqual(len(silent), 200)
+
+    def test_it_is_to_be_had_on_this_machine_only(self):
+        with open("/proc/net/tcp") as table, open("/proc/net/tcp6") as table6:
+            listening = [row.split()[1] for row in [*table, *table6] if row.split()[3] == "0A"]
+        mine = [address for address in listening if address.endswith(":%04X" % WALL_PORT)]
+        self.assertEqual(mine, ["0100007F:%04X" % WALL_PORT])
