@@ -76,7 +76,7 @@ def main():
         screen.terminal("first", 20, 20, 500, 300)
         screen.terminal("second", 600, 400, 500, 300)
         velmora.tell("mode", "soft")
-        velmora.tell("sites", "add", "reddit.com")
+        velmora.tell("sites", "add", "forum.test")
         velmora.tell("start")
         processes = {"velmora": velmora.process.pid, "velmora-browser-host": child_named(b"velmora-browser-host")}
         time.sleep(15)  # the browser settles

@@ -42,7 +42,7 @@ def main():
     try:
         velmora.start()
         velmora.tell("mode", "soft")
-        velmora.tell("sites", "add", "reddit.com")
+        velmora.tell("sites", "add", "forum.test")
         velmora.tell("start")
         for _ in range(RUNS):
             velmora.kill()

@@ -1,14 +1,14 @@
-"""The application's end of the browser link, for tests: listens, records, and says what it is told to."""
+"""The application's end of the browser link, for tests: listens, records, says what it is told."""
 
+import contextlib
 import json
 import os
 import socket
 import struct
 import sys
 import threading
-import time
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support_py"))
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support_py"))
 from browsers import eventually
 
 
@@ -18,96 +18,56 @@ def pack(message):
     return struct.pack("=I", len(body)) + body
 
 
-def read_exactly(read, size):
-    data = b""
-    while len(data) < size:
-        more = read(size - len(data))
-        if not more:
-            return None
-        data += more
-    return data
-
-
-def read_frame(read):
-    """The next frame's text, or None at the end of the stream."""
-    header = read_exactly(read, 4)
-    return header and read_exactly(read, struct.unpack("=I", header)[0])
+def frames(stream):
+    """The texts of the frames until the stream, a buffered file, ends or breaks."""
+    with contextlib.suppress(OSError, ValueError):
+        while len(header := stream.read(4)) == 4:
+            yield stream.read(*struct.unpack("=I", header))
 
 
 class Link:
     """One accepted host. `frames` are the raw texts received so far, `messages` their values."""
 
     def __init__(self, connection, reads=True):
-        self.connection = connection
-        self.frames = []
-        self.messages = []
-        self.ended = False
-        self.changed = threading.Condition()
+        self.connection, self.send_raw = connection, connection.sendall
+        self.frames, self.messages, self.ended = [], [], False
         if reads:
             threading.Thread(target=self._read, daemon=True).start()
 
     def _read(self):
-        try:
-            while (text := read_frame(self.connection.recv)) is not None:
-                with self.changed:
-                    self.frames.append(text)
-                    self.messages.append(json.loads(text))
-                    self.changed.notify_all()
-        except OSError:
-            pass
-        with self.changed:
-            self.ended = True
-            self.changed.notify_all()
+        for text in frames(self.connection.makefile("rb")):
+            self.frames.append(text)
+            self.messages.append(json.loads(text))
+        self.ended = True
 
     def send(self, message):
-        self.connection.sendall(pack(message))
-
-    def send_raw(self, data):
-        self.connection.sendall(data)
-
-    def mark(self):
-        """The place from which expect() may look."""
-        return len(self.messages)
+        self.send_raw(pack(message))
 
     def expect(self, kind, timeout=5.0, since=0, **members):
-        """The first message since `since` of this type with these members; fails when time is up.
-
-        A member may be a value or a condition on it.
-        """
+        """The first such message, whose members have these values or fulfil these conditions."""
         def fits(message):
-            return message.get("type") == kind and all(
-                want(message.get(name)) if callable(want) else message.get(name) == want
-                for name, want in members.items())
+            return all(want(message.get(name)) if callable(want) else message.get(name) == want
+                       for name, want in (("type", kind), *members.items()))
 
-        def found():
-            return next(filter(fits, self.messages[since:]), None)
-
-        with self.changed:
-            message = self.changed.wait_for(lambda: found() or self.ended, timeout) and found()
-            assert message, "no %s %s among %s" % (kind, members, self.messages[since:])
-            return message
+        message = eventually(lambda: next(filter(fits, self.messages[since:]), None), timeout)
+        assert message, "no %s %s among %s" % (kind, members, self.messages[since:])
+        return message
 
     def close(self):
-        if not self.ended:
-            try:
-                self.connection.shutdown(socket.SHUT_RDWR)
-            except OSError:  # the host was faster
-                pass
+        with contextlib.suppress(OSError):  # the host was faster
+            self.connection.shutdown(socket.SHUT_RDWR)
+        self.connection.close()
 
 
 class FakeApp:
     """Listens on a socket path, which it makes with its folder, as the application does."""
 
     def __init__(self, path, reads=True):
-        self.path = path
-        self.reads = reads
-        self.links = []
-        self.arrived = threading.Condition()
-        self.server = None
+        self.path, self.reads, self.links, self.server = path, reads, [], None
 
     def start(self):
         os.makedirs(os.path.dirname(self.path), mode=0o700, exist_ok=True)
-        if os.path.exists(self.path):
+        with contextlib.suppress(FileNotFoundError):
             os.unlink(self.path)
         self.server = socket.socket(socket.AF_UNIX)
         self.server.bind(self.path)
@@ -116,20 +76,14 @@ class FakeApp:
         return self
 
     def _accept(self, server):
-        while True:
-            try:
-                connection, _ = server.accept()
-            except OSError:
-                return
-            with self.arrived:
-                self.links.append(Link(connection, self.reads))
-                self.arrived.notify_all()
+        with contextlib.suppress(OSError):
+            while True:
+                self.links.append(Link(server.accept()[0], self.reads))
 
     def link(self, number=0, timeout=5.0):
         """The host that called as the number-th; fails if none does in time."""
-        with self.arrived:
-            assert self.arrived.wait_for(lambda: len(self.links) > number, timeout), "no host called"
-            return self.links[number]
+        assert eventually(lambda: len(self.links) > number, timeout), "no host called"
+        return self.links[number]
 
     def vanish(self):
         """Ends as a killed process does: connections close, the socket file stays behind."""
@@ -139,10 +93,3 @@ class FakeApp:
         self.server = None
         for link in self.links:
             link.close()
-            link.connection.close()
-
-    def stop(self):
-        """Ends in order: the socket file goes too."""
-        self.vanish()
-        if os.path.exists(self.path):
-            os.unlink(self.path)

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "PrivateXServer.h"
 #include "platform/linux/CommandProcesses.h"
 #include "platform/linux/DesktopNotifications.h"
@@ -58,9 +60,10 @@ TEST_F(Notices, SoundsAreHeardFromTheFirstPlayerThatCanAndAFewAtOnce) {
   ASSERT_TRUE(appears(socket));
   test::Child parec({"parec", "-d", "null.monitor", "--latency-msec=20", "--file-format", heard});
   ASSERT_TRUE(appears(heard));
-  const auto here = std::filesystem::path(__FILE__).parent_path();
+  const char* source = std::getenv("VELMORA_SOURCE");  // set by ctest
+  ASSERT_TRUE(source) << "VELMORA_SOURCE names the folder that holds resources/";
   const std::string player = "echo >> " + (folder / "runs") + "; exec paplay $0";
-  ThemeSounds sounds(loop, log, here / "../../resources/sounds",
+  ThemeSounds sounds(loop, log, std::string(source) + "/resources/sounds",
                      {{"/nonexistent"}, {"false"}, {"sh", "-c", player}});
   for (int i = 0; i < 20; ++i) sounds.play("Glass");
   const auto isLoud = [&] { return contentOf(heard).find_last_not_of('\0') > 20'000; };

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <cstring>
 #include <map>
-#include <memory>
-#include <string>
 #include <vector>
 
 #include "base/Json.h"
 #include "platform/linux/BrowserLink.h"
+#include "platform/linux/LinkProtocol.h"
 #include "platform/sim/FakeListeners.h"
 #include "platform/sim/Fakes.h"
 #include "platform/sim/World.h"
@@ -17,12 +15,11 @@ namespace velmora::sim {
 struct FakeXWindows final : XWindowSource {
   const std::vector<X11Window>& windows() const override { return list; }
   uint64_t generation() const override { return list.size(); }
-  X11Window& add(int32_t pid, Rect frame, const std::string& title = "") {
+  X11Window& add(int32_t pid, Rect frame) {
     auto& window = list.emplace_back();
     window.id = static_cast<uint32_t>(list.size());
     window.pid = pid;
     window.client = window.clientWithoutShadow = window.frame = frame;
-    window.title = title;
     window.managed = window.onScreen = true;
     return window;
   }
@@ -34,43 +31,31 @@ struct ToldWindow {
   int id = 1;
   Rect bounds{0, 0, 800, 600};
   int tab = 1;
-  std::string address = "";
-  std::string title = "";
-  std::string state = "normal";
-  bool isPrivate = false;
-
-  json::Value value() const {
-    json::Value::Object window{{"id", id}, {"state", state}, {"private", isPrivate}};
-    const auto [left, top, width, height] = bounds;
-    for (const auto& [name, number] :
-         {std::pair("left", left), {"top", top}, {"width", width}, {"height", height}})
-      window.emplace_back(name, number);
-    const json::Value::Object shown{{"id", tab}, {"address", address}, {"title", title}};
-    window.emplace_back("tab", shown);
-    return window;
-  }
+  std::string address = "", title = "", state = "normal";
 };
 
 // The host process of one extension, as it looks from the socket.
 struct FakeHost {
   static std::string frame(std::string_view json) {
     const auto length = static_cast<uint32_t>(json.size());
-    std::string bytes(sizeof length, '\0');
-    std::memcpy(bytes.data(), &length, sizeof length);
-    return bytes.append(json);
+    return std::string(reinterpret_cast<const char*>(&length), sizeof length).append(json);
   }
   void say(std::string_view json) { client->send(frame(json)); }
   void sayHello() {
     say(R"({"type":"hello","protocol":1,"browser":"chromium","version":"150.1","extension":"0.2",)"
         R"("privateAllowed":true})");
   }
-  void sayWindows(const std::vector<ToldWindow>& windows, std::optional<int64_t> request = {}) {
+  // clang-format off
+  void sayWindows(const std::vector<ToldWindow>& windows, json::Value request = {}) {
+    using Object = json::Value::Object;
     json::Value::Array list;
-    for (const auto& window : windows) list.push_back(window.value());
-    json::Value::Object message{{"type", "windows"}, {"windows", list}};
-    if (request) message.emplace_back("request", *request);
-    say(json::dump(message));
+    for (const auto& [id, b, tab, address, title, state] : windows)
+      list.push_back(Object{
+          {"id", id}, {"tab", Object{{"id", tab}, {"address", address}, {"title", title}}},
+          {"left", b.x}, {"top", b.y}, {"width", b.width}, {"height", b.height}, {"state", state}});
+    say(json::dump(Object{{"type", "windows"}, {"windows", list}, {"request", request}}));
   }
+  // clang-format on
   void sayTab(int window, int tab, const std::string& address) {
     say(R"({"type":"tab","windowId":)" + std::to_string(window) + R"(,"tabId":)" +
         std::to_string(tab) + R"(,"address":")" + address + "\"}");
@@ -79,13 +64,10 @@ struct FakeHost {
 
   // What it was told since the last call.
   std::vector<json::Value> heard() {
+    LinkFrames frames;
+    frames.append(std::exchange(client->received, ""));
     std::vector<json::Value> messages;
-    for (auto& bytes = client->received; bytes.size() >= 4;) {
-      uint32_t length = 0;
-      std::memcpy(&length, bytes.data(), sizeof length);
-      messages.push_back(json::parse(bytes.substr(4, length)).value());
-      bytes.erase(0, 4 + length);
-    }
+    while (const auto text = frames.next()) messages.push_back(json::parse(*text).value());
     return messages;
   }
   // The numbers of the lists that it was asked for since the last call.
@@ -104,10 +86,8 @@ struct FakeHost {
 struct LinkBench {
   FakeHost connect(int32_t pid, const std::string& identity) {
     identities[pid] = identity;
-    const auto listener = listeners.local(
-        "browser", loop,
-        {[] {}, [] {}, [&](std::shared_ptr<Connection> s) { link->accept(s, pid + 10000); }},
-        error);
+    const auto accept = [&](std::shared_ptr<Connection> s) { link->accept(s, pid + 10000); };
+    const auto listener = listeners.local("browser", loop, {[] {}, [] {}, accept}, error);
     FakeHost host{listeners.connect("browser")};
     world.settle();
     return host;
