@@ -96,7 +96,8 @@ class Blocking(WithBrowser):
         self.velmora.tell("presets", "allow-site", "Deep Work", "tool.test")
         self.velmora.tell("focus", "Deep Work", "--task", "Write the report")
         self.assertWall(d="home.test", a="1")
-        self.assertEqual(self.browser.run(self.tab, "document.getElementById('badge').textContent"), "BRAK MODE")
+        badge = "document.getElementById('badge')?.textContent"
+        self.assertTrue(eventually(lambda: self.browser.run(self.tab, badge) == "BRAK MODE"))
         self.visit("tool.test")
         self.assertStays("tool.test")
 
