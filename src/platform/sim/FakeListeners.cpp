@@ -98,6 +98,11 @@ class FakeListeners::FakeListener final : public Listener {
   std::shared_ptr<Endpoint> endpoint_;
 };
 
+FakeListeners::~FakeListeners() {
+  for (const auto& weak : streams_)
+    if (const auto stream = weak.lock()) stream->cancel();
+}
+
 std::unique_ptr<Listener> FakeListeners::listen(const std::string& name, SerialQueue& queue,
                                                 ListenerHandlers handlers, std::string& error) {
   ++attempts;
@@ -130,6 +135,7 @@ std::shared_ptr<FakeListeners::Client> FakeListeners::connect(const std::string&
   auto client = std::make_shared<Client>();
   auto stream = std::make_shared<Client::Stream>(it->second->queue, client);
   client->stream_ = stream;
+  streams_.push_back(stream);
   it->second->queue.post([endpoint = it->second, stream] { endpoint->handlers.accepted(stream); });
   return client;
 }

@@ -29,6 +29,9 @@ class FakeListeners final : public Listeners {
     std::weak_ptr<Stream> stream_;
   };
 
+  // Ends all streams, as the end of a process does: one that waits lives in its own callback.
+  ~FakeListeners() override;
+
   std::unique_ptr<Listener> loopback(uint16_t port, SerialQueue& queue, ListenerHandlers handlers,
                                      std::string& error) override;
   std::unique_ptr<Listener> local(std::string_view name, SerialQueue& queue,
@@ -49,6 +52,7 @@ class FakeListeners final : public Listeners {
   std::unique_ptr<Listener> listen(const std::string& name, SerialQueue& queue,
                                    ListenerHandlers handlers, std::string& error);
   std::map<std::string, std::shared_ptr<Endpoint>> endpoints_;
+  std::vector<std::weak_ptr<Connection>> streams_;
 };
 
 }  // namespace velmora::sim
