@@ -14,6 +14,7 @@ import subprocess
 import tempfile
 import threading
 import time
+from urllib.parse import quote
 
 REPOSITORY = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 EXTENSION = os.path.join(REPOSITORY, "extension")
@@ -380,7 +381,13 @@ class Firefox(Browser):
 
     def go(self, tab, address):
         self._in(tab)
-        self.call("WebDriver:Navigate", url=address)
+        try:
+            self.call("WebDriver:Navigate", url=address)
+        except RuntimeError as error:
+            if "about:neterror" not in str(error) or quote(address, safe="/") in str(error):
+                raise
+            # The error page of an earlier navigation came in between.
+            self.call("WebDriver:Navigate", url=address)
 
     def open_tab(self, address, shown=True):
         tab = self.call("WebDriver:NewWindow", type="tab", focus=shown)["handle"]
