@@ -15,7 +15,7 @@ import os
 import sys
 import time
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "tests", "support_py"))
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "tools", "stage"))
 from browsers import Chromium, Web, eventually
 from stage import WALL, Screen, Velmora, leave_network
 

@@ -18,7 +18,7 @@ import sqlite3
 import sys
 import time
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "tests", "support_py"))
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "stage"))
 from browsers import eventually
 from stage import Velmora, leave_network
 

@@ -1,11 +1,9 @@
 """The vocabulary of the end-to-end tests: a Velmora, a display and a browser of their own."""
 
 import os
-import sys
 import time
 import unittest
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "support_py"))
 from browsers import REPOSITORY, Web, eventually
 from stage import Screen, Velmora, wall_reason
 

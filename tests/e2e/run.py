@@ -6,7 +6,7 @@ import sys
 import unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path[:0] = [HERE, os.path.join(os.path.dirname(HERE), "support_py")]
+sys.path[:0] = [HERE, os.path.join(HERE, "..", "..", "tools", "stage")]
 from stage import PROGRAMS, leave_network
 
 

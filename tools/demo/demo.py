@@ -15,7 +15,7 @@ import sys
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, os.path.join(ROOT, "tests", "support_py"))
+sys.path.insert(0, os.path.join(ROOT, "tools", "stage"))
 from browsers import Chromium, Web, eventually
 from stage import Screen, Velmora, leave_network, wall_reason
 

@@ -1,4 +1,4 @@
-"""Real browsers for tests: a private display, a private profile, the extension and the host in place.
+"""Real browsers: a private display, a private profile, the extension and the host in place.
 
 Both browsers answer to the same few words: go, open_tab, open_window, show, run, close, stop_background.
 """
