@@ -35,6 +35,23 @@ struct WindowTab {
 // Tabs of shown and covered, but not of minimised windows, by browser identity.
 using TabReport = std::map<std::string, std::vector<WindowTab>>;
 
+// Pages that a shown tab must not even begin to show. The browser itself enforces this between two
+// looks; what it misses the looks find.
+struct InstantRules {
+  // What a navigation meets is judged rule by rule, and the first that forbids it decides.
+  struct Rule {
+    bool isAllowlist = false;  // all but these domains, rather than these
+    std::vector<std::string> domains;  // normalised; their subdomains are meant as well
+    std::string reason;  // raw text for the wall
+    bool operator==(const Rule&) const = default;
+  };
+  std::vector<Rule> rules;
+  std::vector<std::string> exempt;  // domains that no rule touches
+  // The tabs that are on screen, by browser identity: the ids of WindowTab.
+  std::map<std::string, std::set<std::string>> tabs;
+  bool operator==(const InstantRules&) const = default;
+};
+
 // Reads and redirects browser tabs. Main thread only.
 class BrowserControl {
  public:
@@ -58,6 +75,9 @@ class BrowserControl {
   virtual void watch(std::set<std::string> bundleIDs,
                      std::function<void(const std::string&)> onChange) = 0;
   virtual void unwatch() = 0;
+  // Replaces what was set before; nothing is set in the beginning. Rules end with the link to a
+  // browser, and with this program. A browser that can't do this does not.
+  virtual void setInstantRules(const InstantRules& rules) { (void)rules; }
 };
 
 }  // namespace velmora
