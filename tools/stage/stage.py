@@ -93,8 +93,8 @@ class Velmora:
         return {**self.home.environment(self.display), **self.variables}
 
     def launch(self):
-        """The resident program, just started."""
-        process = subprocess.Popen([PROGRAMS + "/velmora"], env=self.environment(), stdin=subprocess.DEVNULL,
+        """The resident program, just started. Its own window stays away: it would cover others."""
+        process = subprocess.Popen([PROGRAMS + "/velmora", "--scheduled-launch"], env=self.environment(), stdin=subprocess.DEVNULL,
                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         threading.Thread(target=lambda: [self.note(line.rstrip()) for line in process.stdout], daemon=True).start()
         return process
