@@ -71,8 +71,8 @@ def check_includes(path, lines):
                     problem(path, n, f"{target} is in no folder of the house")
             elif other != own and other not in BELOW[own] and (own, target) not in MODEL_PORTS:
                 problem(path, n, f"{own}/ may not include {target}")
-        if QT.match(line) and not own.startswith(("platform", "shell", "window")):
-            problem(path, n, "Qt belongs to platform/, shell/ and window/")
+        if QT.match(line) and own != "window":
+            problem(path, n, "Qt belongs to window/")
         wraps = str(path.relative_to(SRC)) in WRAPPERS
         if path.suffix == ".h" and not wraps and HEAVY.match(line):
             problem(path, n, "a heavy header belongs in a .cpp file")

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QQmlEngine>
+#include <memory>
+
+#include "window/MainWindow.h"
+#include "window/Velmora.h"
+
+namespace velmora {
+
+// Has the surfaces that the program wants, and no other: each is made when it is first wanted and
+// gone when it is not. Tells when none is left.
+class Surfaces final : public QObject {
+  Q_OBJECT
+
+ public:
+  // `velmora` must live longer.
+  explicit Surfaces(Velmora& velmora);
+  ~Surfaces() override;
+
+ signals:
+  void allGone();
+
+ private:
+  void follow();
+  void followWindow(const QJsonObject& window, const QJsonObject& desktop);
+
+  Velmora& velmora_;
+  QQmlEngine engine_;
+  std::unique_ptr<MainWindow> window_;
+  int request_ = 0;
+};
+
+}  // namespace velmora

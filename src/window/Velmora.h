@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QJSValue>
+#include <QJsonObject>
+#include <QObject>
+#include <QQmlEngine>
+#include <QQmlPropertyMap>
+
+#include "window/ProgramLink.h"
+
+namespace velmora {
+
+// What the screens know and can do: the state document of the resident program and its commands.
+// One object for a QML engine, which must be given it by `provideTo` before it loads anything.
+class Velmora final : public QObject {
+  Q_OBJECT
+  QML_ELEMENT
+  QML_SINGLETON
+  // One property for each member of the document, undefined while it has none; each tells of its
+  // own changes only.
+  Q_PROPERTY(QQmlPropertyMap* state READ state CONSTANT)
+  // Whether a document has come. The process ends soon after the link has.
+  Q_PROPERTY(bool connected READ isConnected NOTIFY connectedChanged)
+
+ public:
+  // `link` must live longer.
+  explicit Velmora(ProgramLink& link);
+  static Velmora* create(QQmlEngine* engine, QJSEngine*);
+  void provideTo(QQmlEngine& engine);
+
+  QQmlPropertyMap* state() { return &state_; }
+  QJsonObject member(const QString& name) const { return document_.value(name).toObject(); }
+  bool isConnected() const { return isConnected_; }
+  // `done`, when it is a function, gets {status, output, error} of the answer.
+  Q_INVOKABLE void run(const QString& command, const QStringList& arguments = {},
+                       const QJSValue& done = {});
+
+ signals:
+  void connectedChanged();
+  // After all that one message of the program changed is in `state`.
+  void stateSettled();
+
+ private:
+  void take(const QJsonObject& document);
+
+  ProgramLink& link_;
+  QJsonObject document_;
+  QQmlPropertyMap state_;
+  bool isConnected_ = false;
+};
+
+// `target` with a JSON merge patch (RFC 7386) applied.
+QJsonObject merged(QJsonObject target, const QJsonObject& patch);
+
+}  // namespace velmora
