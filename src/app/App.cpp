@@ -1,29 +1,32 @@
 #include "app/App.h"
 
+#include "core/model/AppTimeFormat.h"
+
 namespace velmora {
 
 App::App(const Platform& p)
     : timer(p.preferences, p.clock, p.loop, p.notifications, p.sounds, timerNeighbours_),
       lists(p.preferences, p.random),
       presets(p.preferences, p.random),
-      modules(p.preferences, commitment_),
+      modules(p.preferences, commitment),
+      uses24HourTime(p.preferences, std::string(AppTimeFormat::uses24HourKey), true),
       blockPage(p.listeners, p.blockPageQueue, p.loop, p.log, p.blockPage),
       engine(p.clock, p.loop, p.desktop, p.browsers, p.catalog, blockPage, p.log, p.homeDomain,
              engineNeighbours_),
       monitor(engine),
-      screens(timer, presets),
+      screens(timer, presets, p.preferences, p.loop),
       coordinator(timer, presets, lists, monitor, p.catalog, p.clock, coordinatorNeighbours_),
-      lifecycle(timer, presets, lists, coordinator, p.loop) {
+      lifecycle(timer, presets, lists, modules, coordinator, p.preferences, p.loop, commitment) {
   timerNeighbours_.focusContext.bind(presets);
   timerNeighbours_.screens.bind(screens);
   timerNeighbours_.coordinator.bind(coordinator);
   coordinatorNeighbours_.shared.bind(sync);
 }
 
-void App::start() {
+void App::start(Lifecycle::Launch launch) {
   blockPage.start();
   timer.resumeRestored();
-  lifecycle.applicationDidFinishLaunching();
+  lifecycle.applicationDidFinishLaunching(launch);
 }
 
 }  // namespace velmora

@@ -10,6 +10,7 @@
 #include "core/FocusSessionCoordinator.h"
 #include "core/Lifecycle.h"
 #include "core/ModuleStore.h"
+#include "core/StoredSwitch.h"
 #include "core/TimerService.h"
 #include "sync/SyncBridge.h"
 
@@ -23,22 +24,23 @@ struct App {
   App& operator=(const App&) = delete;
 
   // Begins to serve, to resume and to enforce, in the order that the services need.
-  void start();
+  void start(Lifecycle::Launch launch = Lifecycle::Launch::shown);
 
  private:
   // Bound once, in the constructor.
   TimerService::Neighbours timerNeighbours_;
   SiteBlockEngine::Neighbours engineNeighbours_;
   BlockingCoordinator::Neighbours coordinatorNeighbours_;
-  LateRef<ModuleStore::Commitment> commitment_;
 
  public:
+  LateRef<ModuleStore::Commitment> commitment;  // unbound while there is none
   // The timer restores its position before the presets load: a mission cut short by a crash takes
   // its context with it.
   TimerService timer;
   BlocklistStore lists;
   FocusPresetStore presets;
   ModuleStore modules;
+  StoredSwitch uses24HourTime;
   BlockPageServer blockPage;
   SiteBlockEngine engine;
   BrowserMonitorService monitor;

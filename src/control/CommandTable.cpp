@@ -1,8 +1,10 @@
 #include "control/CommandTable.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "base/Text.h"
+#include "control/DesktopCommands.h"
 #include "control/SettingsTable.h"
 #include "core/StoredSettings.h"
 
@@ -11,27 +13,11 @@ namespace {
 
 using Arguments = CommandTable::Arguments;
 using Environment = CommandTable::Environment;
-
-constexpr const char* kHardRefusal =
-    "HARDCORE — STAY FOCUSED: the emergency pass is the only way out (velmora pass)";
-
-CommandResult hardRefusal() {
-  return CommandResult::refused(kHardRefusal);
-}
-
-std::string line(std::string text) {
-  return text + "\n";
-}
-
-std::string joined(const Arguments& words, size_t from = 0) {
-  std::string out;
-  for (size_t i = from; i < words.size(); ++i) out += (i == from ? "" : " ") + words[i];
-  return out;
-}
-
-bool takeFlag(Arguments& arguments, std::string_view flag) {
-  return std::erase(arguments, flag) > 0;
-}
+using commands::hardRefusal;
+using commands::joined;
+using commands::jsonLine;
+using commands::line;
+using commands::takeFlag;
 
 // An option's value: everything behind it. Nothing when the option is not there.
 std::optional<std::string> takeOption(Arguments& arguments, std::string_view option) {
@@ -41,10 +27,6 @@ std::optional<std::string> takeOption(Arguments& arguments, std::string_view opt
   std::string value = joined(arguments, index + 1);
   arguments.resize(index);
   return value;
-}
-
-std::string jsonLine(const json::Value& value) {
-  return line(json::dump(value));
 }
 
 // --- status --------------------------------------------------------------------------------------
@@ -156,7 +138,7 @@ bool loosens(const TimerService& t, ScreenMode to) {
 
 CommandResult showScreen(const Environment& e, ScreenMode mode) {
   TimerService& t = e.app.timer;
-  if (e.app.lifecycle.isLocked() && loosens(t, mode)) return hardRefusal();
+  if (e.app.lifecycle.isSessionHard() && loosens(t, mode)) return hardRefusal();
   if (t.isStopwatchMode.get() != (mode != ScreenMode::pomodoro))
     t.setStopwatchMode(mode != ScreenMode::pomodoro);
   if (mode != ScreenMode::pomodoro &&
@@ -261,7 +243,7 @@ CommandResult getSettings(const Environment& e, Arguments arguments) {
       out += line(std::string(setting.key) + " " + setting.text(settings));
     else if (key == setting.key)
       return CommandResult::done(line(setting.text(settings)));
-  const std::string clock = uses24HourTime(e.preferences) ? "true" : "false";
+  const std::string clock = e.app.uses24HourTime.isOn.get() ? "true" : "false";
   if (key == "uses24HourTime") return CommandResult::done(line(clock));
   if (!key.empty()) return CommandResult::refused("No setting " + key);
   return CommandResult::done(out + line("uses24HourTime " + clock));
@@ -271,7 +253,7 @@ CommandResult setSetting(const Environment& e, const std::string& key, const std
   if (key == "uses24HourTime") {
     bool on = false;
     if (!parseSwitch(value, on)) return CommandResult::refused(key + " is true or false");
-    e.preferences.set(std::string(AppTimeFormat::uses24HourKey), on);
+    e.app.uses24HourTime.set(on);
     return CommandResult::done();
   }
   for (const auto& setting : settingsTable()) {
@@ -281,7 +263,7 @@ CommandResult setSetting(const Environment& e, const std::string& key, const std
       return CommandResult::refused(std::move(problem));
     if (setting.flag == &PomodoroSettings::isHardcore && !e.app.timer.controls().hardcoreSwitch)
       return CommandResult::refused("Can't change mode while session is running");
-    if (setting.isLockedWhileHard && e.app.lifecycle.isLocked()) return hardRefusal();
+    if (setting.isLockedWhileHard && e.app.lifecycle.isSessionHard()) return hardRefusal();
     return store(e, settings);
   }
   return CommandResult::refused("No setting " + key);
@@ -303,7 +285,7 @@ CommandResult mode(const Environment& e, const Arguments& arguments) {
   if (wanted.empty())
     return CommandResult::done(line(e.app.timer.effectiveBrakModeEnabled() ? "brak" : "soft"));
   if (wanted != "brak" && wanted != "soft") return CommandResult::misused("mode [brak|soft]");
-  if (e.app.lifecycle.isLocked()) return hardRefusal();
+  if (e.app.lifecycle.isSessionHard()) return hardRefusal();
   settings.isBrakModeEnabled = wanted == "brak";
   settings.isSoftBlocklistEnabled = wanted == "soft";
   return store(e, settings);
@@ -336,7 +318,7 @@ CommandResult sites(const Environment& e, Arguments arguments) {
   if (arguments.size() < 2 || (verb != "add" && verb != "remove" && verb != "on" && verb != "off"))
     return CommandResult::misused(
         "sites list [--json] | sites quick | sites add|remove|on|off SITE...");
-  if ((verb == "remove" || verb == "off") && e.app.lifecycle.isLocked()) return hardRefusal();
+  if ((verb == "remove" || verb == "off") && e.app.lifecycle.isSessionHard()) return hardRefusal();
   for (size_t i = 1; i < arguments.size(); ++i) {
     const std::string clean = cleanDomain(arguments[i]);
     if (verb == "add") {
@@ -370,7 +352,7 @@ CommandResult apps(const Environment& e, Arguments arguments) {
   if (arguments.size() < 2 || (verb != "add" && verb != "remove" && verb != "on" && verb != "off"))
     return CommandResult::misused(
         "apps list [--json] | apps add ID [NAME] | apps remove|on|off ID");
-  if ((verb == "remove" || verb == "off") && e.app.lifecycle.isLocked()) return hardRefusal();
+  if ((verb == "remove" || verb == "off") && e.app.lifecycle.isSessionHard()) return hardRefusal();
   const std::string id = e.catalog.canonicalID(text::trim(arguments[1]));
   if (id.empty()) return CommandResult::refused("An application has a name");
   if (verb == "add") {
@@ -410,6 +392,15 @@ std::string describe(const FocusPreset& preset) {
   return tools.empty() ? out : out + ": " + tools;
 }
 
+// "8c5cff", with or without a "#".
+std::optional<int64_t> parseColor(std::string_view text) {
+  if (text.starts_with('#')) text.remove_prefix(1);
+  int64_t color = 0;
+  const auto [end, error] = std::from_chars(text.begin(), text.end(), color, 16);
+  if (text.size() != 6 || text[0] == '-' || error != std::errc() || end != text.end()) return {};
+  return color;
+}
+
 CommandResult editPreset(const Environment& e, const Arguments& arguments) {
   const std::string& verb = arguments[0];
   FocusPresetStore& store = e.app.presets;
@@ -421,9 +412,15 @@ CommandResult editPreset(const Environment& e, const Arguments& arguments) {
   if (verb == "duplicate" && rest.empty())
     return store.duplicatePreset(preset), CommandResult::done();
   if (rest.empty()) return CommandResult::misused("presets " + verb + " PRESET WHAT");
-  if (verb == "rename" || verb == "note") {
+  if (verb == "rename" || verb == "note" || verb == "icon") {
     FocusPreset changed = preset;
-    (verb == "rename" ? changed.name : changed.note) = rest;
+    (verb == "rename" ? changed.name : verb == "note" ? changed.note : changed.iconName) = rest;
+    store.updatePreset(changed);
+  } else if (verb == "color") {
+    FocusPreset changed = preset;
+    const auto color = parseColor(rest);
+    if (!color) return CommandResult::refused("A color is six hexadecimal digits, such as 8c5cff");
+    changed.colorHex = *color;
     store.updatePreset(changed);
   } else if (verb == "move") {
     const FocusPreset* target = findPreset(e, rest);
@@ -453,9 +450,9 @@ CommandResult presets(const Environment& e, Arguments arguments) {
     for (const auto& preset : all) out += line(describe(preset));
     return CommandResult::done(out);
   }
-  static constexpr std::string_view kVerbs[] = {"remove",        "duplicate", "rename",
-                                                "note",          "move",      "allow-site",
-                                                "disallow-site", "allow-app", "disallow-app"};
+  static constexpr std::string_view kVerbs[] = {
+      "remove", "duplicate",  "rename",        "note",      "icon",        "color",
+      "move",   "allow-site", "disallow-site", "allow-app", "disallow-app"};
   if (verb == "add" && arguments.size() >= 2) {
     const std::string name = joined(arguments, 1);
     if (text::trim(name).empty()) return CommandResult::refused("A preset has a name");
@@ -466,7 +463,7 @@ CommandResult presets(const Environment& e, Arguments arguments) {
     return editPreset(e, arguments);
   return CommandResult::misused(
       "presets list [--json] | presets add NAME | presets remove|duplicate PRESET | presets "
-      "rename|note|move|allow-site|disallow-site|allow-app|disallow-app PRESET WHAT");
+      "rename|note|icon|color|move|allow-site|disallow-site|allow-app|disallow-app PRESET WHAT");
 }
 
 CommandResult focus(const Environment& e, Arguments arguments) {
@@ -488,15 +485,7 @@ CommandResult modules(const Environment& e, Arguments arguments) {
   const bool asJson = takeFlag(arguments, "--json");
   ModuleStore& store = e.app.modules;
   if (arguments.empty() || (arguments[0] == "list" && arguments.size() == 1)) {
-    if (asJson) {
-      json::Value::Array out;
-      for (const auto& module : BrakModule::all())
-        out.push_back(json::Value::Object{{"name", module.rawText},
-                                          {"title", module.title},
-                                          {"category", module.category},
-                                          {"enabled", store.isEnabled(module)}});
-      return CommandResult::done(jsonLine(std::move(out)));
-    }
+    if (asJson) return CommandResult::done(jsonLine(StateDocument::modules(store)));
     std::string out;
     for (const auto& module : BrakModule::all())
       out += line(std::string(store.isEnabled(module) ? "on  " : "off ") +
@@ -537,12 +526,6 @@ CommandResult doctor(const Environment& e, Arguments arguments) {
   return CommandResult::done(out);
 }
 
-CommandResult quit(const Environment& e, const Arguments&) {
-  if (e.app.lifecycle.isLocked()) return hardRefusal();
-  e.quit();
-  return CommandResult::done();
-}
-
 }  // namespace
 
 const std::vector<CommandTable::Command>& CommandTable::commands() {
@@ -567,7 +550,13 @@ const std::vector<CommandTable::Command>& CommandTable::commands() {
       {"presets", "list | add NAME | ...", "Sets of tools for Brak mode", presets},
       {"modules", "[list] | on|off NAME", "What is on beyond the timer", modules},
       {"doctor", "[--json]", "What works on this desktop, and what to do about the rest", doctor},
-      {"quit", "", "End the program; refused during a hard session", quit},
+      {"window", "show|hide", "The main window", commands::window},
+      {"hud", "move X Y", "Where the mini timer stands", commands::hud},
+      {"notice", "dismiss", "Take the notice of a mission's start away", commands::notice},
+      {"dock", "on|off", "Show the window among the running applications", commands::dock},
+      {"welcome", "done", "The first run's welcome has been seen", commands::welcome},
+      {"alive", "", "A sign of life of whoever draws the windows", commands::alive},
+      {"quit", "", "End the program; refused while it is locked", commands::quit},
   };
   return kCommands;
 }

@@ -53,7 +53,7 @@ Value StateDocument::session() const {
                 {"stopsAfterBreak", t.stopsAfterCurrentBreak()},
                 {"mode", t.effectiveBrakModeEnabled() ? "brak" : "soft"},
                 {"hardcore", t.effectiveIsHardcore()},
-                {"locked", app_.lifecycle.isLocked()},
+                {"locked", app_.lifecycle.isSessionHard()},
                 {"screen", screen},
                 {"controls", Object{{"reset", controls.reset},
                                     {"playPause", controls.playPause},
@@ -104,8 +104,8 @@ Value StateDocument::browsers() const {
     const auto row = std::ranges::find(known, browser.bundleID, &Browser::bundleID);
     Value::Array tabs;
     for (const auto& page : browser.pages)
-      tabs.push_back(Object{
-          {"address", page.address}, {"title", page.title}, {"private", page.isPrivate}});
+      tabs.push_back(
+          Object{{"address", page.address}, {"title", page.title}, {"private", page.isPrivate}});
     out.push_back(Object{{"id", browser.bundleID},
                          {"name", row == known.end() ? browser.bundleID : row->name},
                          {"kind", browser.kind},
@@ -122,15 +122,65 @@ Value StateDocument::settings(const PomodoroSettings& settings) {
   return json::encode(settings);
 }
 
+Value StateDocument::modules(const ModuleStore& modules) {
+  Value::Array out;
+  for (const auto& module : BrakModule::all())
+    out.push_back(Object{{"name", module.rawText},
+                         {"title", module.title},
+                         {"subtitle", module.subtitle},
+                         {"category", module.category},
+                         {"enabled", modules.isEnabled(module)}});
+  return out;
+}
+
+// What has to stand on the screen now.
+Value StateDocument::surfaces() const {
+  const auto& screens = app_.screens;
+  const auto& gate = screens.gateReason.get();
+  const auto& origin = screens.hudOrigin.get();
+  const auto& notice = screens.scheduledTransition.get();
+  return Object{{"window", Object{{"wanted", app_.lifecycle.isWindowWanted.get()},
+                                  {"request", app_.lifecycle.windowRequests.get()}}},
+                {"gate", Object{{"showing", gate.has_value()}, {"reason", gate.value_or("")}}},
+                {"hud", Object{{"showing", screens.isHUDShowing.get()},
+                               {"x", origin ? Value(origin->x) : Value()},
+                               {"y", origin ? Value(origin->y) : Value()}}},
+                {"notice", notice ? Value(Object{{"mission", notice->mission},
+                                                 {"presetName", notice->presetName},
+                                                 {"timeRange", notice->timeRange},
+                                                 {"duration", notice->duration.count()}})
+                                  : Value()}};
+}
+
+Value StateDocument::menu() const {
+  Value::Array out;
+  for (const auto& item : app_.lifecycle.menu.get())
+    out.push_back(Object{{"title", item.title}, {"action", item.action}, {"key", item.key}});
+  return out;
+}
+
+Value StateDocument::desktop() const {
+  const Lifecycle& lifecycle = app_.lifecycle;
+  return Object{{"showInDock", lifecycle.showsInDock.isOn.get()},
+                {"locked", lifecycle.isLocked()},
+                {"welcomed", lifecycle.hasSeenWelcome.isOn.get()},
+                {"uses24HourTime", app_.uses24HourTime.isOn.get()}};
+}
+
 Value StateDocument::whole() const {
   Object out = *status().asObject();
   out.emplace_back("settings", settings(app_.timer.settings.get()));
   out.emplace_back("sites", json::encode(app_.lists.blockedSites.get()));
   out.emplace_back("apps", json::encode(app_.lists.blockedApps.get()));
   out.emplace_back("presets", json::encode(app_.presets.presets.get()));
-  Value::Array modules;
-  for (const auto& module : app_.modules.enabledModules.get()) modules.emplace_back(module.rawText);
-  out.emplace_back("modules", std::move(modules));
+  out.emplace_back("modules", modules(app_.modules));
+  Value::Array quick;
+  for (const auto& site : BlocklistStore::quickSites())
+    quick.push_back(Object{{"name", site.name}, {"domain", site.domain}, {"symbol", site.symbol}});
+  out.emplace_back("quickSites", std::move(quick));
+  out.emplace_back("surfaces", surfaces());
+  out.emplace_back("menu", menu());
+  out.emplace_back("desktop", desktop());
   return out;
 }
 
@@ -147,6 +197,9 @@ std::vector<Subscription> StateDocument::observe(std::function<void()> changed) 
      t.isChronoCountdownMode, t.countdownDuration, t.countdownRemaining, t.countdownRunning,
      app_.lists.blockedApps, app_.lists.blockedSites, app_.presets.presets,
      app_.presets.activeContext, app_.modules.enabledModules, app_.screens.gateReason,
+     app_.screens.isHUDShowing, app_.screens.hudOrigin, app_.screens.scheduledTransition,
+     app_.lifecycle.isWindowWanted, app_.lifecycle.windowRequests, app_.lifecycle.menu,
+     app_.lifecycle.showsInDock.isOn, app_.lifecycle.hasSeenWelcome.isOn, app_.uses24HourTime.isOn,
      app_.blockPage.state(), app_.engine.redirects(), links_.linkedRevision());
   return out;
 }

@@ -26,12 +26,16 @@ class StateDocument {
   std::vector<Subscription> observe(std::function<void()> changed) const;
 
   static json::Value settings(const PomodoroSettings& settings);
+  static json::Value modules(const ModuleStore& modules);
 
  private:
   json::Value session() const;
   json::Value scheduled() const;
   json::Value enforcement() const;
   json::Value browsers() const;
+  json::Value surfaces() const;
+  json::Value menu() const;
+  json::Value desktop() const;
 
   const App& app_;
   const AppCatalog& catalog_;

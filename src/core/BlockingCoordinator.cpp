@@ -94,10 +94,11 @@ void BlockingCoordinator::enforceLists(bool enforce) {
   monitor_.start(domains);
 }
 
-void BlockingCoordinator::stopAll() {
+void BlockingCoordinator::stopAll(std::function<void()> completion) {
   if (neighbours_.apps) neighbours_.apps->stopBlocking();
-  if (neighbours_.websites) neighbours_.websites->disableBlocking();
+  if (neighbours_.websites) neighbours_.websites->disableBlocking(completion);
   monitor_.stop();
+  if (!neighbours_.websites && completion) completion();
 }
 
 }  // namespace velmora

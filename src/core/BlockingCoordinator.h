@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -34,7 +35,8 @@ class BlockingCoordinator final : public TimerService::Coordinator {
     virtual void startBlocking(const std::vector<std::string>& domains,
                                const std::string& sessionType) = 0;
     virtual void serveBlockPageOnly() = 0;
-    virtual void disableBlocking() = 0;
+    // `completion`, which may be empty, runs when nothing of it is left.
+    virtual void disableBlocking(std::function<void()> completion) = 0;
   };
   // What the user's devices share.
   class SharedState {
@@ -56,7 +58,8 @@ class BlockingCoordinator final : public TimerService::Coordinator {
                       const Neighbours& neighbours);
 
   void sync() override;
-  void stopAll();
+  // Lifts everything; `completion` runs when it is lifted.
+  void stopAll(std::function<void()> completion = {});
   // Whether a session demands blocking right now, whatever the mode.
   bool shouldBlock() const;
 

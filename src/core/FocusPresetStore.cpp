@@ -38,6 +38,10 @@ std::vector<FocusPreset> FocusPresetStore::defaultPresets() {
                  {"docs.google.com", "notion.so"})};
 }
 
+void FocusPresetStore::restoreDefaultsIfEmpty() {
+  if (presets.get().empty()) setPresets(defaultPresets());
+}
+
 void FocusPresetStore::setPresets(std::vector<FocusPreset> value) {
   presets.set(std::move(value), [this] {
     preferences_.setBlob(kPresetsKey, json::encodeText(presets.get()));

@@ -33,6 +33,8 @@ class FocusPresetStore final : public TimerService::FocusContext {
   void addPreset(std::string_view name);
   void duplicatePreset(const FocusPreset& preset);
   void removePreset(const FocusPreset& preset);
+  // The presets of a first start, when the user has removed all of them.
+  void restoreDefaultsIfEmpty();
   // The dragged preset lands at the target's old place.
   void movePreset(const Uuid& from, const Uuid& to);
   void updatePreset(const FocusPreset& preset);

@@ -1,56 +1,108 @@
 #include "core/Lifecycle.h"
 
+#include <algorithm>
+#include <utility>
+
+#include "core/StatusMenu.h"
+
 namespace velmora {
 
 static constexpr Seconds kLaunchDelay(0.1);
 
 Lifecycle::Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistStore& lists,
-                     BlockingCoordinator& coordinator, RunLoop& loop)
-    : timer_(timer), presets_(presets), lists_(lists), coordinator_(coordinator), loop_(loop) {}
+                     ModuleStore& modules, BlockingCoordinator& coordinator,
+                     Preferences& preferences, RunLoop& loop, const LateRef<Commitment>& commitment)
+    : showsInDock(preferences, "vm_showInDock", true),
+      hasSeenWelcome(preferences, "vm_hasSeenWelcome", false),
+      timer_(timer),
+      presets_(presets),
+      lists_(lists),
+      modules_(modules),
+      coordinator_(coordinator),
+      loop_(loop),
+      commitment_(commitment) {}
 
-void Lifecycle::applicationDidFinishLaunching() {
-  launch_ = loop_.after(kLaunchDelay, [this] {
+void Lifecycle::applicationDidFinishLaunching(Launch launch) {
+  buildMenu();
+  launch_ = loop_.after(kLaunchDelay, [this, launch] {
     observeSessionState();
     coordinator_.sync();
+    if (launch == Launch::shown) showWindow();
   });
 }
 
 // The first news is the state that a dead process may have left.
 void Lifecycle::observeSessionState() {
-  const auto soon = [this](const auto&) { reactSoon(); };
-  subscriptions_.push_back(timer_.isSessionActive.observe(soon));
-  subscriptions_.push_back(timer_.isRunning.observe(soon));
-  subscriptions_.push_back(timer_.currentSessionType.observe(soon));
-  subscriptions_.push_back(timer_.isStopwatchMode.observe(soon));
-  subscriptions_.push_back(timer_.isChronoCountdownMode.observe(soon));
-  subscriptions_.push_back(timer_.stopwatchRunning.observe(soon));
-  subscriptions_.push_back(timer_.countdownRunning.observe(soon));
-  subscriptions_.push_back(timer_.settings.observe(soon));
-  subscriptions_.push_back(presets_.activeContext.observe(soon));
-  subscriptions_.push_back(lists_.blockedApps.observe(soon));
-  subscriptions_.push_back(lists_.blockedSites.observe(soon));
+  const auto on = [this](Reaction reaction, const auto&... properties) {
+    const auto soon = [this, reaction](const auto&) { reactSoon(reaction); };
+    (subscriptions_.push_back(properties.observe(soon)), ...);
+  };
+  on(Reaction::all, timer_.isSessionActive, timer_.scheduledHardModeActive, timer_.isRunning,
+     timer_.currentSessionType, timer_.isStopwatchMode, timer_.isChronoCountdownMode,
+     timer_.stopwatchRunning, timer_.countdownRunning, timer_.settings, presets_.activeContext,
+     lists_.blockedApps, lists_.blockedSites);
+  on(Reaction::menu, timer_.timeRemaining, modules_.enabledModules);
+  if (commitment_)
+    subscriptions_.push_back(commitment_->onChange([this] { reactSoon(Reaction::all); }));
 }
 
-void Lifecycle::reactSoon() {
-  if (isReactionDue_) return;
-  isReactionDue_ = true;
-  reaction_ = loop_.after(Seconds(0), [this] {
-    isReactionDue_ = false;
-    react();
-  });
+void Lifecycle::reactSoon(Reaction reaction) {
+  if (due_ == Reaction::none)
+    reaction_ = loop_.after(Seconds(0), [this] { react(std::exchange(due_, Reaction::none)); });
+  due_ = std::max(due_, reaction);
 }
 
-void Lifecycle::react() { coordinator_.sync(); }
+void Lifecycle::react(Reaction reaction) {
+  buildMenu();
+  if (reaction == Reaction::all) coordinator_.sync();
+}
+
+void Lifecycle::buildMenu() {
+  menu.setIfChanged(statusMenu(timer_, commitment_));
+}
+
+bool Lifecycle::isSessionHard() const {
+  return timer_.isSessionActive.get() && timer_.effectiveIsHardcore();
+}
 
 bool Lifecycle::isLocked() const {
-  return timer_.isSessionActive.get() && timer_.effectiveIsHardcore();
+  return isSessionHard() || (commitment_ && commitment_->isProtectionActive());
+}
+
+void Lifecycle::applyDockPolicy(bool show) {
+  showsInDock.set(show);
+}
+
+void Lifecycle::showWindow() {
+  isWindowWanted.setIfChanged(true);
+  windowRequests.set(windowRequests.get() + 1);
+}
+
+void Lifecycle::hideWindow() {
+  isWindowWanted.setIfChanged(false);
+}
+
+void Lifecycle::noteWindowSign() {
+  windowSigns.set(windowSigns.get() + 1);
+}
+
+void Lifecycle::applicationShouldHandleReopen() {
+  showWindow();
+}
+
+bool Lifecycle::applicationShouldTerminate() {
+  if (isLocked()) return false;
+  stop();
+  return true;
 }
 
 void Lifecycle::stop() {
   subscriptions_.clear();
   reaction_.reset();
   launch_.reset();
-  coordinator_.stopAll();
+  // What was put off since the launch is still on disk as it was found.
+  if (timer_.isSessionActive.get() && !timer_.isAboutToResume()) timer_.saveState();
+  coordinator_.stopAll([this] { hasStopped.set(true); });
 }
 
 }  // namespace velmora

@@ -1,43 +1,90 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <vector>
 
+#include "base/LateRef.h"
 #include "base/Property.h"
 #include "blocking/BlocklistStore.h"
 #include "core/BlockingCoordinator.h"
 #include "core/FocusPresetStore.h"
+#include "core/ModuleStore.h"
+#include "core/StoredSwitch.h"
 #include "core/TimerService.h"
+#include "ports/Preferences.h"
 #include "ports/RunLoop.h"
+#include "ports/StatusItem.h"
 
 namespace velmora {
 
-// What belongs to the process as a whole: the road from session state to blocking, and when the
-// program may end. Main lane.
+// What belongs to the process as a whole: the road from session state to blocking and to the status
+// menu, the main window that is wanted, and when the program may end. Main lane.
 class Lifecycle {
  public:
-  Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistStore& lists,
-            BlockingCoordinator& coordinator, RunLoop& loop);
+  using Commitment = ModuleStore::Commitment;
+  // Silent: nothing may take the focus, since a mission or a watcher starts us and no person.
+  enum class Launch { shown, silent };
 
-  // The end of launch: after 0.1 seconds session state is observed and blocking reconciled with it.
-  void applicationDidFinishLaunching();
+  // `commitment` may stay unbound.
+  Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistStore& lists,
+            ModuleStore& modules, BlockingCoordinator& coordinator, Preferences& preferences,
+            RunLoop& loop, const LateRef<Commitment>& commitment);
+
+  template <class T>
+  using Value = Owned<T, Lifecycle>;
+  Value<std::vector<StatusMenuItem>> menu;
+  // The main window lives in another process: this says what is wanted of it. Each request brings
+  // it to the front again.
+  Value<bool> isWindowWanted{false};
+  Value<int64_t> windowRequests{0};
+  // Raised by each sign of life of whoever draws the windows.
+  Value<int64_t> windowSigns{0};
+  // The blocks are gone: the process may end now.
+  Value<bool> hasStopped{false};
+  // Whether the window shows among the running applications of the desktop.
+  StoredSwitch showsInDock;
+  StoredSwitch hasSeenWelcome;
+
+  // The end of launch: after 0.1 seconds session state is observed, blocking reconciled with it
+  // and the window wanted.
+  void applicationDidFinishLaunching(Launch launch);
   // While true, the program refuses to quit.
   bool isLocked() const;
-  // The blocks go first, then the process may.
+  // A running session that only the emergency pass ends.
+  bool isSessionHard() const;
+
+  void applyDockPolicy(bool show);
+  void showWindow();
+  void hideWindow();
+  void noteWindowSign();
+  // The user has opened the program while it runs.
+  void applicationShouldHandleReopen();
+
+  // Somebody wants the program to quit. False: refused. Otherwise it stops, as below.
+  bool applicationShouldTerminate();
+  // The desktop or the system ends the program: the session is saved and the blocks lifted, and
+  // hasStopped tells when that is done. Never refused, since a computer must be able to shut down;
+  // a session comes back with the next start.
   void stop();
 
  private:
   // Reactions never run inside a write, where they would see half-changed state: a write marks
   // them due, and they run once, from the loop, on the values of then.
+  enum class Reaction { none, menu, all };
   void observeSessionState();
-  void reactSoon();
-  void react();
+  void reactSoon(Reaction reaction);
+  void react(Reaction reaction);
+  void buildMenu();
 
   TimerService& timer_;
   FocusPresetStore& presets_;
   BlocklistStore& lists_;
+  ModuleStore& modules_;
   BlockingCoordinator& coordinator_;
   RunLoop& loop_;
-  bool isReactionDue_ = false;
+  const LateRef<Commitment>& commitment_;
+  Reaction due_ = Reaction::none;
   Subscription launch_;
   Subscription reaction_;
   std::vector<Subscription> subscriptions_;

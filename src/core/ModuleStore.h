@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <set>
 
 #include "base/LateRef.h"
@@ -22,6 +23,8 @@ class ModuleStore {
     virtual bool isProtectionActive() const = 0;
     virtual bool isTemporaryProtectionActive() const = 0;
     virtual void disableTemporaryProtection() = 0;
+    // Tells of every change of the answers above, after it.
+    virtual Subscription onChange(std::function<void()> changed) const = 0;
   };
 
   ModuleStore(Preferences& preferences, const LateRef<Commitment>& commitment);

@@ -14,9 +14,4 @@ void savePomodoroSettings(Preferences& preferences, const PomodoroSettings& sett
   preferences.setBlob(kSettingsKey, json::encodeText(settings));
 }
 
-bool uses24HourTime(const Preferences& preferences) {
-  return !preferences.has(AppTimeFormat::uses24HourKey) ||
-         preferences.boolean(AppTimeFormat::uses24HourKey);
-}
-
 }  // namespace velmora

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/model/AppTimeFormat.h"
 #include "core/model/PomodoroSettings.h"
 #include "ports/Preferences.h"
 
@@ -9,8 +8,5 @@ namespace velmora {
 // All the defaults when nothing is stored or it can't be decoded.
 PomodoroSettings loadPomodoroSettings(const Preferences& preferences);
 void savePomodoroSettings(Preferences& preferences, const PomodoroSettings& settings);
-
-// True unless the user has chosen otherwise.
-bool uses24HourTime(const Preferences& preferences);
 
 }  // namespace velmora

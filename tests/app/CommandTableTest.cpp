@@ -96,8 +96,33 @@ TEST_F(CommandTableTest, ACountdownIsSetInMinutesAndSecondsAndBringsItsScreen) {
   EXPECT_TRUE(timer().isChronoCountdownMode.get() && timer().countdownRunning.get());
 }
 
+TEST_F(CommandTableTest, AWindowIsToldAllThatItDraws) {
+  timer().start(false);
+  d.app->screens.showScheduledTransition({"Thesis", "Soft Block", "09:00 – 10:00", Seconds(5)});
+  for (const char* line : {"window hide", "window show", "hud move -20 40.5", "dock off",
+                           "welcome done", "settings set uses24HourTime off", "alive",
+                           "presets color writing #0a0b0c", "presets icon writing film"})
+    EXPECT_EQ(run(line), 0) << line;
+  d.relaunch();  // a crash keeps what was chosen and nothing that was on screen
+  d.app->screens.showHUD();
+  StateDocument state(*d.app, d.catalog, d.links, "0.0");
+  world.advance(Seconds(0.2));
+  const auto now = state.whole();
+  EXPECT_EQ(json::dump(*now.find("surfaces")),
+            R"({"window":{"wanted":true,"request":1},"gate":{"showing":false,"reason":""},)"
+            R"("hud":{"showing":true,"x":-20.0,"y":40.5},"notice":null})");
+  EXPECT_EQ(json::dump(*now.find("desktop")),
+            R"({"showInDock":false,"locked":false,"welcomed":true,"uses24HourTime":false})");
+  EXPECT_EQ(json::dump(*now.find("menu")),
+            R"([{"title":"Open Velmora","action":"window show","key":""},)"
+            R"({"title":"","action":"","key":""},{"title":"Quit","action":"quit","key":"q"}])");
+  const auto& writing = d.app->presets.presets.get()[2];
+  EXPECT_TRUE(writing.colorHex == 0x0a0b0c && writing.iconName == "film");
+}
+
 TEST_F(CommandTableTest, UnknownCommandsAreWrongUsage) {
-  for (const char* line : {"dance", "switch nap", "countdown set 0"}) EXPECT_EQ(run(line), 2) << line;
+  for (const char* line : {"dance", "switch nap", "countdown set 0", "window", "hud move 1 1e9",
+                           "hud move a b", "notice", "dock perhaps"}) EXPECT_EQ(run(line), 2) << line;
   for (const auto& command : CommandTable::commands())
     EXPECT_NE(d.tell(command.name, {"\xff"}).status, 0) << command.name;
 }

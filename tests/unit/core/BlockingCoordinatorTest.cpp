@@ -30,7 +30,10 @@ struct Blockers final : BlockingCoordinator::AppBlocker,
     told.push_back("sites: " + type + ":" + joined(domains));
   }
   void serveBlockPageOnly() override { told.push_back("sites: page only"); }
-  void disableBlocking() override { told.push_back("sites: off"); }
+  void disableBlocking(std::function<void()> completion) override {
+    told.push_back("sites: off");
+    if (completion) completion();
+  }
 
   bool followsRemoteSession() const override { return follows; }
   FocusStanding standing(Date, const Calendar&) const override { return shared; }
@@ -93,7 +96,7 @@ class Coordination : public TimerFixture {
     blockers.shared = {SharedSession{SharedSession::Stopwatch{}, list.id}, list.id};
   }
   void launch() {
-    lifecycle.applicationDidFinishLaunching();
+    lifecycle.applicationDidFinishLaunching(Lifecycle::Launch::silent);
     world.advance(Seconds(0.1));
     blockers.told.clear();
   }
@@ -112,7 +115,9 @@ class Coordination : public TimerFixture {
  protected:
   BlockingCoordinator coordinator{timer(),        presets, lists,      device.app->monitor,
                                   device.catalog, clock,   neighbours_};
-  Lifecycle lifecycle{timer(), presets, lists, coordinator, loop};
+  LateRef<ModuleStore::Commitment> commitment;
+  Lifecycle lifecycle{timer(),     presets,     lists, device.app->modules,
+                      coordinator, preferences, loop,  commitment};
 };
 
 TEST_F(Coordination, BrakModeAllowsWhatWasChosenAndBrowsersOnlyForSites) {

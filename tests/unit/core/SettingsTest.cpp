@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "core/StoredSettings.h"
+#include "core/model/AppTimeFormat.h"
 #include "platform/sim/Fakes.h"
 
 namespace velmora {

@@ -1,0 +1,100 @@
+#include "control/DesktopCommands.h"
+
+#include <cmath>
+#include <optional>
+
+#include "control/SettingsTable.h"
+
+namespace velmora::commands {
+namespace {
+
+// Points on the desktop; far more than any has.
+std::optional<double> coordinate(std::string_view text) {
+  const auto value = json::parse(text);
+  const auto number = value ? value->asNumber() : std::nullopt;
+  return number && std::abs(*number) <= 100000 ? number : std::nullopt;
+}
+
+std::string onOff(bool on) {
+  return line(on ? "on" : "off");
+}
+
+}  // namespace
+
+CommandResult hardRefusal() {
+  return CommandResult::refused(
+      "HARDCORE — STAY FOCUSED: the emergency pass is the only way out (velmora pass)");
+}
+
+std::string line(std::string text) {
+  return text + "\n";
+}
+
+std::string jsonLine(const json::Value& value) {
+  return line(json::dump(value));
+}
+
+std::string joined(const Arguments& words, size_t from) {
+  std::string out;
+  for (size_t i = from; i < words.size(); ++i) out += (i == from ? "" : " ") + words[i];
+  return out;
+}
+
+bool takeFlag(Arguments& arguments, std::string_view flag) {
+  return std::erase(arguments, flag) > 0;
+}
+
+CommandResult window(const Environment& e, const Arguments& arguments) {
+  const std::string verb = joined(arguments);
+  if (verb == "show")
+    e.app.lifecycle.showWindow();
+  else if (verb == "hide")
+    e.app.lifecycle.hideWindow();
+  else
+    return CommandResult::misused("window show|hide");
+  return CommandResult::done();
+}
+
+CommandResult hud(const Environment& e, const Arguments& arguments) {
+  if (arguments.size() == 3 && arguments[0] == "move") {
+    const auto x = coordinate(arguments[1]);
+    const auto y = coordinate(arguments[2]);
+    if (x && y) return e.app.screens.moveHUD({*x, *y}), CommandResult::done();
+  }
+  return CommandResult::misused("hud move X Y");
+}
+
+CommandResult notice(const Environment& e, const Arguments& arguments) {
+  if (joined(arguments) != "dismiss") return CommandResult::misused("notice dismiss");
+  e.app.screens.dismissScheduledTransition();
+  return CommandResult::done();
+}
+
+CommandResult dock(const Environment& e, const Arguments& arguments) {
+  if (arguments.empty()) return CommandResult::done(onOff(e.app.lifecycle.showsInDock.isOn.get()));
+  bool show = false;
+  if (!parseSwitch(joined(arguments), show)) return CommandResult::misused("dock [on|off]");
+  e.app.lifecycle.applyDockPolicy(show);
+  return CommandResult::done();
+}
+
+CommandResult welcome(const Environment& e, const Arguments& arguments) {
+  if (joined(arguments) != "done") return CommandResult::misused("welcome done");
+  e.app.lifecycle.hasSeenWelcome.set(true);
+  return CommandResult::done();
+}
+
+CommandResult alive(const Environment& e, const Arguments&) {
+  e.app.lifecycle.noteWindowSign();
+  return CommandResult::done();
+}
+
+CommandResult quit(const Environment& e, const Arguments&) {
+  if (e.app.lifecycle.isSessionHard()) return hardRefusal();
+  if (e.app.lifecycle.isLocked())
+    return CommandResult::refused("🛡 Brak Porn protection active: Velmora runs until it ends");
+  e.quit();
+  return CommandResult::done();
+}
+
+}  // namespace velmora::commands
