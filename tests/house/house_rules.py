@@ -35,7 +35,7 @@ MODEL_PORTS = {("blocking/model", "ports/Desktop.h")}
 
 # The wrapper of a library may show its types to the few files that are built on it.
 WRAPPERS = {"platform/linux/X11Connection.h"}
-HEAVY = re.compile(r"#include <(nlohmann/|date/|xcb/|sqlite3|systemd/|boost/|idn2|unicase|unistr)")
+HEAVY = re.compile(r"#include <(nlohmann/|date/|xcb/|cairo/|pango/|sqlite3|systemd/|boost/|idn2|unicase|unistr)")
 QT = re.compile(r"#include <Q|#include <Qt")
 CLOCKS = re.compile(r"system_clock::now|steady_clock::now|\bgettimeofday|\bclock_gettime|\bstd::time\("
                     r"|this_thread::sleep|\busleep\(|\bnanosleep\(")
