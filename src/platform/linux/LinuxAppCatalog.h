@@ -14,6 +14,7 @@ class LinuxAppCatalog final : public AppCatalog {
 
   const std::vector<Browser>& browsers() const override { return browsers_; }
   const std::set<std::string>& browserBundleIDs() const override { return browserBundleIDs_; }
+  const std::set<std::string>& protectedBundleIDs() const override { return protectedBundleIDs_; }
   // Letter case is ignored where the identity or its alias is known; a ".desktop" suffix is
   // dropped.
   std::string canonicalID(std::string_view id) const override;
@@ -28,6 +29,8 @@ class LinuxAppCatalog final : public AppCatalog {
 
   std::vector<Browser> browsers_;
   std::set<std::string> browserBundleIDs_;
+  std::set<std::string> protectedBundleIDs_{std::begin(kProtectedEverywhere),
+                                            std::end(kProtectedEverywhere)};
   std::unordered_map<std::string, std::string> canonical_;  // by lower case name
 };
 

@@ -93,11 +93,12 @@ class FakeLog final : public Log {
   std::vector<std::string> notices;
 };
 
-// Two browsers with bounds, one without, and one that can't be read.
+// Two browsers with bounds, one without, and one that can't be read; a file manager is protected.
 class FakeCatalog final : public AppCatalog {
  public:
   const std::vector<Browser>& browsers() const override { return browsers_; }
   const std::set<std::string>& browserBundleIDs() const override { return ids_; }
+  const std::set<std::string>& protectedBundleIDs() const override { return protected_; }
   std::string canonicalID(std::string_view id) const override {
     return id == "chromium" ? "org.chromium.Chromium" : std::string(id);
   }
@@ -108,6 +109,7 @@ class FakeCatalog final : public AppCatalog {
                                  {"Firefox", "org.mozilla.firefox", false, true}};
   std::set<std::string> ids_{"company.thebrowser.Browser", "org.chromium.Chromium",
                              "org.mozilla.firefox", "org.gnome.Epiphany"};
+  std::set<std::string> protected_{"com.velmora.app", "org.gnome.Nautilus"};
 };
 
 // Answers each run with what a test prepared, in order; without an answer the program is missing.
