@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -6,6 +7,7 @@
 
 #include "platform/linux/CommandProcesses.h"
 #include "platform/linux/Paths.h"
+#include "platform/linux/SystemFiles.h"
 #include "support/TempFolder.h"
 
 namespace velmora {
@@ -56,6 +58,20 @@ TEST_F(System, CommandsReportTheirEndAndInheritNothingOfOurs) {
   EXPECT_FALSE(CommandProcesses().run({"/nonexistent/program"}));
   pthread_sigmask(SIG_UNBLOCK, &term, nullptr);
   close(kept);
+}
+
+TEST_F(System, FilesAreWrittenWholeAndNotWhereOthersWantThem) {
+  SystemFiles files;
+  const std::string path = folder / "file";
+  std::filesystem::create_symlink("victim", path);
+  for (const auto& text : {std::string(50000, 'x'), std::string("ż\0", 3)}) {
+    EXPECT_TRUE(files.writeTextAtomically(path, text));
+    EXPECT_EQ(files.readText(path), text);
+  }
+  EXPECT_FALSE(files.exists(folder / "victim"));
+  mkfifo((folder / "pipe").c_str(), 0600);
+  EXPECT_EQ(files.readText(folder / "pipe"), std::nullopt);
+  EXPECT_FALSE(files.writeTextAtomically(folder / "no/such", "x"));
 }
 
 }  // namespace
