@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/Property.h"
+#include "ports/Applications.h"
+#include "ports/InstalledApplications.h"
+#include "ports/RunLoop.h"
+
+namespace velmora::sim {
+
+// Regular applications that a user starts and that end as they are told, or don't.
+class FakeApplications final : public Applications {
+ public:
+  struct Process {
+    RunningApplication application;
+    bool asksBeforeQuitting = false;  // and nobody answers
+    bool isHidden = false;
+    int quitRequests = 0;
+  };
+
+  explicit FakeApplications(RunLoop& loop) : loop_(loop) {}
+
+  // The user starts it; who subscribed hears of it from the loop.
+  Process& launch(const std::string& bundleID, bool asksBeforeQuitting = false);
+  // Null once it has ended.
+  Process* find(const std::string& bundleID);
+  std::vector<Process> processes;
+
+  std::vector<RunningApplication> running() override;
+  Subscription onLaunch(std::function<void(const RunningApplication&)> launched) override;
+  bool isRunning(const RunningApplication& application) override;
+  void hide(const RunningApplication& application) override;
+  void terminate(const RunningApplication& application) override;
+  void forceTerminate(const RunningApplication& application) override;
+
+ private:
+  Process* find(const RunningApplication& application);
+  void end(const RunningApplication& application);
+
+  RunLoop& loop_;
+  int32_t lastPid_ = 1000;
+  std::shared_ptr<Signal<RunningApplication>> launches_ =
+      std::make_shared<Signal<RunningApplication>>();
+};
+
+class FakeInstalled final : public InstalledApplications {
+ public:
+  std::vector<InstalledApp> scan() const override { return found; }
+  std::vector<InstalledApp> found;
+};
+
+}  // namespace velmora::sim
