@@ -41,6 +41,11 @@ std::string pageAddress(SiteBlockEngine::Reason reason, const Query& query) {
   return address;
 }
 
+// The hosts that webHost() gives nothing for.
+std::vector<std::string> neverJudged(const std::string& homeDomain) {
+  return {homeDomain, "127.0.0.1", "localhost"};
+}
+
 }  // namespace
 
 std::string_view rawText(SiteBlockEngine::Reason reason) {
@@ -65,18 +70,23 @@ SiteBlockEngine::SiteBlockEngine(Clock& clock, RunLoop& loop, Desktop& desktop,
 
 SiteBlockEngine::~SiteBlockEngine() {
   if (isRunning()) control_.unwatch();
+  if (!instantRules_.rules.empty()) control_.setInstantRules({});
 }
 
 // --- inputs --------------------------------------------------------------------------------------
 
 void SiteBlockEngine::setFocus(FocusRule rule) {
+  const bool isNews = rule != focus_;
   focus_ = std::move(rule);
   syncTimer();
+  if (isNews) publishRules();
 }
 
 void SiteBlockEngine::setPornDomains(std::optional<DomainSet> domains) {
+  const bool isNews = domains != pornDomains_;
   pornDomains_ = std::move(domains);
   syncTimer();
+  if (isNews) publishRules();
 }
 
 void SiteBlockEngine::setBudgetActive(bool active) {
@@ -122,6 +132,7 @@ void SiteBlockEngine::syncTimer() {
     if (const auto self = weak.lock()) (*self)->browserChanged(bundleID);
   });
   server_.start();
+  shownTabs_.clear();
   lastLook_ = clock_.monotonic();
   timer_ = loop_.every(kInterval, kTolerance, [this] { look(); });
   look();
@@ -248,6 +259,7 @@ void SiteBlockEngine::handle(const Look& look) {
   // Charging comes first, so that a budget used up by these very seconds counts in this look.
   chargeBudgets(shown, look);
   if (scrollGuardActive_) tellScrollGuard(shown, look);
+  publishTabs(shown);
   for (const auto& entry : shown) {
     const auto host = webHost(entry.tab.address, homeDomain_);
     if (!host) continue;
@@ -321,6 +333,38 @@ std::optional<std::string> SiteBlockEngine::blockPage(std::string_view host, Dat
     if (const auto hit = neighbours_.scrollGuard->closed(host, now))
       return pageAddress(Reason::scroll, {{"d", hit->domain}, {"m", std::to_string(hit->minutes)}});
   return {};
+}
+
+// --- between two looks ---------------------------------------------------------------------------
+
+// In the order in which a page is judged.
+void SiteBlockEngine::publishRules() {
+  const auto listed = [](const DomainSet& set) {
+    return std::vector<std::string>(set.begin(), set.end());
+  };
+  std::vector<InstantRules::Rule> rules;
+  if (pornDomains_ && !pornDomains_->empty())
+    rules.push_back({false, listed(*pornDomains_), std::string(rawText(Reason::porn))});
+  if (const auto* list = std::get_if<Blocklist>(&focus_); list && !list->domains.empty())
+    rules.push_back({false, listed(list->domains), std::string(rawText(Reason::focus))});
+  else if (const auto* allowed = std::get_if<Allowlist>(&focus_))
+    rules.push_back({true, listed(allowed->domains), std::string(rawText(Reason::focus))});
+
+  if (rules == instantRules_.rules) return;
+  instantRules_ = {};
+  if (!rules.empty()) instantRules_ = {std::move(rules), neverJudged(homeDomain_), shownTabs_};
+  control_.setInstantRules(instantRules_);
+}
+
+void SiteBlockEngine::publishTabs(const std::vector<Shown>& shown) {
+  InstantTabs tabs;
+  for (const auto& [browser, tab] : shown)
+    if (!tab.id.empty()) tabs[browser->bundleID].insert(tab.id);
+  if (tabs == shownTabs_) return;
+  shownTabs_ = std::move(tabs);
+  if (instantRules_.rules.empty()) return;
+  instantRules_.tabs = shownTabs_;
+  control_.setInstantRules(instantRules_);
 }
 
 }  // namespace velmora

@@ -26,7 +26,8 @@ namespace velmora {
 // The one watcher of browsers. While some rule is live it looks every second and a half at what
 // the user can really see, charges on-screen time, judges each shown tab and sends a forbidden one
 // to the wall. Hidden, minimised or mostly covered windows and background tabs are left alone.
-// Main lane only.
+// Browsers are told which pages the shown tabs must not even begin to show, as far as that does
+// not depend on time; whatever comes of it, the looks decide. Main lane only.
 class SiteBlockEngine {
  public:
   struct Blocklist {
@@ -103,6 +104,7 @@ class SiteBlockEngine {
  private:
   using Frames = std::vector<Rect>;
   using OnScreen = std::map<std::string, Frames>;
+  using InstantTabs = decltype(InstantRules::tabs);
   struct Reading {
     Frames windows;
     std::vector<WindowTab> tabs;
@@ -136,6 +138,8 @@ class SiteBlockEngine {
   void tellScrollGuard(const std::vector<Shown>& shown, const Look& look);
   void sendAway(const Shown& shown, const Look& look, const std::string& page);
   std::optional<std::string> blockPage(std::string_view host, Date now);
+  void publishRules();
+  void publishTabs(const std::vector<Shown>& shown);
 
   Clock& clock_;
   RunLoop& loop_;
@@ -155,6 +159,8 @@ class SiteBlockEngine {
   bool lookAgain_ = false;
   Monotonic lastLook_;
   std::map<std::string, Reading> readings_;
+  InstantTabs shownTabs_;        // by the latest look
+  InstantRules instantRules_;    // as the browsers were told
   std::set<std::string> changed_;
   Property<int64_t> redirects_{0};
   std::shared_ptr<SiteBlockEngine*> self_;  // what a read under way holds weakly

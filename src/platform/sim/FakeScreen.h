@@ -50,6 +50,7 @@ class FakeScreen final : public Desktop, public BrowserControl {
     bool operator==(const Sent&) const = default;
   };
   std::vector<Sent> sent;
+  std::vector<InstantRules> instantRules;  // each that was set; the last one holds
 
   DesktopSnapshot snapshot(Wants wants) override;
   void read(const ReadRequest& request, std::function<void(TabReport)> done) override;
@@ -57,6 +58,7 @@ class FakeScreen final : public Desktop, public BrowserControl {
   void watch(std::set<std::string> bundleIDs,
              std::function<void(const std::string&)> onChange) override;
   void unwatch() override;
+  void setInstantRules(const InstantRules& rules) override { instantRules.push_back(rules); }
   bool isWatched() const { return onChange_ != nullptr; }
   void tell(const std::string& bundleID);
 

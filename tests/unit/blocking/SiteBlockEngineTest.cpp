@@ -272,6 +272,33 @@ TEST_F(SiteBlocking, TellsTheScrollGuardWhereEachTabIs) {
   EXPECT_EQ(e.screen.reads, std::vector<Texts>({{kArc, kChromium}}));  // both in one request
 }
 
+TEST_F(SiteBlocking, BrowsersAreToldTheRulesOfShownTabsWheneverEitherChanges) {
+  const auto& told = e.screen.instantRules;
+  const auto page = e.open(kChromium, "about:blank");
+  e.open(kFirefox, "https://b.com", kRight);
+  e.screen.window(e.open(kFirefox, "https://c.com")).isMinimised = true;
+  e->setBudgetActive(true);  // what depends on time is for the looks alone
+  e.looks();
+  EXPECT_TRUE(told.empty());
+  for (int i = 0; i < 2; ++i, e.looks()) {
+    e->setFocus(Allow{});
+    e->setPornDomains(DomainSet{"q.com", "p.com"});
+  }
+  InstantRules both{{{false, {"p.com", "q.com"}, "porn"}, {true, {}, "focus"}},
+                    {"velmora.invalid", "127.0.0.1", "localhost"},
+                    {{kChromium, {page}}, {kFirefox, {"2"}}}};
+  EXPECT_EQ(told.size(), 2u);
+  EXPECT_EQ(told.back(), both);
+  e.screen.window(page).isMinimised = true;
+  e.looks();
+  e.answer();
+  both.tabs.erase(kChromium);
+  EXPECT_EQ(told.back(), both);
+  e->setPornDomains({});
+  e->setFocus(Off{});
+  EXPECT_EQ(told.back(), InstantRules{});
+}
+
 Texts idsShown(const std::vector<WindowTab>& tabs, const std::vector<Rect>& frames, bool known) {
   Texts ids;
   for (const auto& tab : tabsShown(tabs, frames, known)) ids.push_back(tab.id);
