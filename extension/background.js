@@ -1,9 +1,11 @@
-// The browser's end of the link to Velmora. It tells which pages are on screen, and sends a shown
-// tab to the block page when told to. It decides nothing itself and keeps nothing.
+// The browser's end of the link to Velmora. It tells which pages are on screen, sends a shown tab to
+// the block page when told to, and has the browser enforce what Velmora's rules forbid. It decides
+// nothing itself and keeps nothing.
+
+import { BLOCK_PAGE, addDomains, beginRules, dropRules, isFirefox, setTabs, wallFor } from "./instant.js";
 
 const HOST = "com.velmora.browser_host";
 const PROTOCOL = 1;
-const BLOCK_PAGE = "http://127.0.0.1:52700/";
 const LONGEST_ADDRESS = 4096;
 const LONGEST_TITLE = 256;
 const LEAVING_MS = 1000; // after which an order that came to nothing may be repeated
@@ -17,11 +19,20 @@ const LEAVING_MS = 1000; // after which an order that came to nothing may be rep
 // tab from the next.
 let shown = new Map();
 
-function show(windowId, tabId) {
-  const record = { tabId, address: undefined, news: 0, leaving: undefined };
-  shown.set(windowId, record);
-  return record;
+// The windows that Velmora sees on screen. What they show is, too: also a tab to which the user has
+// just switched, before Velmora knows of it.
+let onScreen = new Set();
+
+function limitRulesToScreen() {
+  setTabs([...onScreen].map((windowId) => shown.get(windowId)?.tabId).filter((id) => id !== undefined));
 }
+
+function show(windowId, tabId) {
+  shown.set(windowId, newRecord(tabId));
+  limitRulesToScreen();
+}
+
+const newRecord = (tabId) => ({ tabId, address: undefined, news: 0, leaving: undefined });
 
 function windowShowing(tabId) {
   for (const [windowId, record] of shown) if (record.tabId === tabId) return windowId;
@@ -29,7 +40,9 @@ function windowShowing(tabId) {
 }
 
 function forget(windowId, tabId) {
-  if (shown.get(windowId)?.tabId === tabId) shown.delete(windowId);
+  if (shown.get(windowId)?.tabId !== tabId) return;
+  shown.delete(windowId);
+  limitRulesToScreen();
 }
 
 // A tab that has not loaded anything yet has only the address it is on its way to.
@@ -74,6 +87,12 @@ const commands = {
   app: ({ connected }) => meetApp(connected === true),
   list: ({ request }) => tellWindows(request),
   go,
+  rules: beginRules,
+  domains: addDomains,
+  scope: ({ windows }) => {
+    onScreen = new Set(windows);
+    limitRulesToScreen();
+  },
 };
 
 function obey(message) {
@@ -83,6 +102,8 @@ function obey(message) {
 function meetApp(there) {
   introduced = false;
   meetings++;
+  onScreen = new Set();
+  dropRules();
   if (there) introduce();
 }
 
@@ -104,9 +125,6 @@ async function introduce() {
   });
   await tellWindows();
 }
-
-// Only Firefox can be asked about itself.
-const isFirefox = typeof chrome.runtime.getBrowserInfo === "function";
 
 async function browserVersion() {
   if (isFirefox) return (await chrome.runtime.getBrowserInfo()).version;
@@ -144,11 +162,12 @@ function remember(windows, tabs) {
   for (const { id } of windows) {
     const tab = tabs.get(id);
     if (!tab) continue;
-    const record = former.get(id)?.tabId === tab.id ? former.get(id) : show(id, tab.id);
+    const record = former.get(id)?.tabId === tab.id ? former.get(id) : newRecord(tab.id);
     shown.set(id, record);
     // While a tab loads, the page it is bound for stays the newest that is known of it.
     if (record.address === undefined || tab.status === "complete") record.address = addressOf(tab);
   }
+  limitRulesToScreen();
 }
 
 function describe(window, tab) {
@@ -207,7 +226,16 @@ function onNavigation(event, why) {
   });
 }
 
-onNavigation(chrome.webNavigation.onBeforeNavigate, "start");
+// A forbidden page is never reached, so the tab is bound for the block page from the start. Where
+// the browser does not see to it we do: it may not have heard yet that the tab is on screen.
+chrome.webNavigation.onBeforeNavigate.addListener((details) => {
+  if (!concernsPage(details)) return;
+  const { tabId, url } = details;
+  const wall = wallFor(tabId, url);
+  tell(tabId, wall?.address ?? url, "start");
+  if (wall && !wall.isBrowsers) chrome.tabs.update(tabId, { url: wall.address }).catch(() => {});
+});
+
 onNavigation(chrome.webNavigation.onCommitted, "commit");
 onNavigation(chrome.webNavigation.onHistoryStateUpdated, "history");
 onNavigation(chrome.webNavigation.onReferenceFragmentUpdated, "fragment");
@@ -290,4 +318,5 @@ chrome.alarms.create("link", { periodInMinutes: 0.5 });
 chrome.alarms.onAlarm.addListener(connect);
 chrome.runtime.onStartup.addListener(connect);
 chrome.runtime.onInstalled.addListener(connect);
+dropRules();
 connect();

@@ -2,6 +2,7 @@
 
 import os
 import shutil
+import signal
 import time
 import unittest
 
@@ -118,12 +119,72 @@ class Suite:
         self.go(**{"from": "http://allowed.test/slow"})
         self.expect_tab("start", BLOCK)
 
+    def enforce(self, *rules, exempt=()):
+        """Rules are (reason, whether an allowlist, domain...)."""
+        self.addCleanup(lambda: self.link.send({"type": "rules", "rules": [], "exempt": [], "last": True}))
+        self.link.send({"type": "scope", "windows": [self.shown["windowId"]]})
+        self.link.send({"type": "rules", "exempt": exempt, "last": False,
+                        "rules": [{"reason": r, "allowlist": a} for r, a, *_ in rules]})
+        for number, (_, _, *domains) in enumerate(rules):
+            self.link.send({"type": "domains", "rule": number, "domains": domains,
+                            "last": number == len(rules) - 1})
+        self.list()
+        time.sleep(0.3)
+
+    def assertTurnedAway(self, site, query, tab=None):
+        self.browser.run(tab or self.tab, "(location.href = 'http://%s/?page', 1)" % site)
+        wall = "http://127.0.0.1:52700/?r=" + query
+        arrived = lambda: self.browser.address(tab or self.tab) == wall
+        self.assertTrue(eventually(arrived), self.browser.address(tab or self.tab))
+        self.assertUntold("/?page")
+        self.assertNotIn("/?page", [path for _, path in self.web.requests])
+
+    def assertReached(self, address):
+        self.browser.go(self.tab, address)
+        self.assertTrue(eventually(lambda: self.browser.address(self.tab) == address), address)
+
+    def test_has_the_browser_turn_forbidden_pages_away_in_the_order_of_the_rules(self):
+        self.enforce(("porn", False, "worse.test"), ("focus", True, "fine.test", "worse.test", "Bad Name"),
+                     exempt=["exempt.test"])
+        for site, query in (("www.m.other.test:8080", "focus&d=m.other.test&a=1"), ("sub.worse.test", "porn")):
+            self.assertTurnedAway(site, query)
+        for site in ("http://www.fine.test/", "http://a.exempt.test/"):
+            self.assertReached(site)
+
+    def test_enforces_rules_in_a_tab_once_it_is_shown_and_nowhere_else(self):
+        hidden = self.opened(self.browser.open_tab, "http://listed.test/one", shown=False)
+        self.enforce(("focus", False, "listed.test"))
+        self.browser.go(hidden, "http://listed.test/two")
+        self.assertTrue(eventually(lambda: ("listed.test", "/two") in self.web.requests))
+        self.browser.show(hidden)
+        self.link.expect("tab", since=self.since, address="http://listed.test/two")
+        time.sleep(SETTLE)
+        self.since = len(self.link.messages)
+        self.assertTurnedAway("listed.test", "focus&d=listed.test", hidden)
+        self.browser.go(self.tab, "http://listed.test/behind")
+        self.assertTrue(eventually(lambda: ("listed.test", "/behind") in self.web.requests))
+        self.browser.show(self.tab)
+
+    def test_has_the_rules_dropped_when_the_application_or_the_host_is_killed(self):
+        for end in (lambda: self.link.close(), lambda: os.kill(self.link.messages[0]["pid"], signal.SIGKILL)):
+            former = len(self.app.links)
+            self.enforce(("focus", False, "open.test"))
+            end()
+            time.sleep(1.0)
+            address = "http://open.test/%d" % former
+            self.assertReached(address)
+            self.link = self.app.link(former, timeout=10)
+            self.link.expect("windows", timeout=10)
+
     def test_survives_the_end_of_its_background(self):
         former = len(self.app.links)
+        self.enforce(("focus", False, "again.test"))
         self.browser.stop_background()
         self.assertTrue(eventually(lambda: self.link.ended), "the host ends with its port")
-        self.browser.go(self.tab, "http://again.test/")
-        self.app.link(former, timeout=10).expect("windows", timeout=10)
+        self.browser.go(self.tab, "http://wakes.test/")
+        self.link = self.app.link(former, timeout=10)
+        self.link.expect("windows", timeout=10)
+        self.assertReached("http://again.test/")
 
 
 @needs("chromium")

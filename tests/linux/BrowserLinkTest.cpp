@@ -200,6 +200,39 @@ TEST_F(BrowserLinkTest, DropsALinkThatDoesNotReadWhatItIsTold) {
   }
 }
 
+TEST_F(BrowserLinkTest, HandsInstantRulesOverInPartsAndAgainOnlyWhenTheyHaveChanged) {
+  auto host = showing("https://a/");
+  InstantRules rules{{{false, {}, "porn"}, {true, {"fine.test"}, "focus"}}, {"home.test"}, {}};
+  for (int i = 0; i < 20000; ++i)
+    rules.rules[0].domains.push_back("a-rather-long-name-" + std::to_string(i) + ".example");
+  const auto hand = [&](std::set<std::string> tabs) {
+    rules.tabs = {{kChromium.bundleID, std::move(tabs)}};
+    link->setInstantRules(rules);
+    world.settle();
+    return host.heard();
+  };
+  const auto told = hand({"1:1:5", "1:2:9", "2:4:1"});
+  ASSERT_GT(told.size(), 10u);
+  EXPECT_EQ(json::dump(told[0]), R"({"type":"scope","windows":[1,2]})");
+  EXPECT_EQ(json::dump(told[1]),
+            R"({"type":"rules","rules":[{"reason":"porn","allowlist":false},)"
+            R"({"reason":"focus","allowlist":true}],"exempt":["home.test"],"last":false})");
+  EXPECT_EQ(json::dump(told.back()),
+            R"({"type":"domains","rule":1,"domains":["fine.test"],"last":true})");
+  size_t domains = 0;
+  for (size_t i = 2; i < told.size(); ++i) {
+    EXPECT_LT(json::dump(told[i]).size(), 128u << 10);
+    domains += told[i].find("domains")->asArray()->size();
+  }
+  EXPECT_EQ(domains, 20001u);
+  EXPECT_EQ(hand({"1:2:9"}).size(), 1u) << "other tabs";
+  EXPECT_EQ(hand({"1:2:7"}).size(), 0u) << "another tab in the same window";
+  host = introduced({}, 101);
+  EXPECT_EQ(host.heard().size(), told.size() - 1) << "a new link, with no window on screen";
+  rules.rules.clear();
+  EXPECT_EQ(hand({}).size(), 1u) << "all lifted";
+}
+
 TEST_F(BrowserLinkTest, KnowsABrowserAsSoonAsItsProcessIsNamedAndDropsAHostWithoutOne) {
   x.add(100, kLeft);
   auto host = introduced({{.bounds = kLeft, .address = "https://a/"}}, 100, {"", ""});

@@ -16,6 +16,8 @@ namespace {
 
 constexpr Seconds kPatience(3.0);
 constexpr int64_t kProtocol = 1;
+// Of a long list of domains; an order to send a tab away waits no longer than these take.
+constexpr size_t kMostBytesAhead = 96u << 10;
 constexpr std::string_view kLogCategory = "BrowserLink";
 
 // Apart from titles and places, which change what nobody may see.
@@ -70,6 +72,8 @@ struct BrowserLink::Link {
   std::optional<std::vector<LinkWindow>> windows;  // nothing before the first list
   std::optional<int64_t> asked;                    // the request that is not answered yet
   std::optional<XPicture> askedAbout;              // the X windows when it was asked last
+  std::optional<RulesFrames> rules;  // while they are handed over
+  std::set<int64_t> scope;           // the windows it knows to be on screen
   bool isMute = false;  // it has let its time pass and said nothing since
 };
 
@@ -137,7 +141,12 @@ void BrowserLink::accept(std::shared_ptr<Connection> stream, int32_t hostPid) {
               [this, number = link->number](std::optional<LinkMessage> message) {
                 received(number, std::move(message));
               },
-          .lost = [this, number = link->number] { drop(number); }});
+          .lost = [this, number = link->number] { drop(number); },
+          .drained =
+              [this, number = link->number] {
+                if (const auto it = links_.find(number); it != links_.end())
+                  continueRules(*it->second);
+              }});
   auto& added = *link;
   links_.emplace(added.number, std::move(link));
   added.connection->start();
@@ -203,6 +212,9 @@ void BrowserLink::take(Link& link, LinkHello&& hello) {
   if (hello.protocol != kProtocol)
     log_.notice("The extension in " + link.identity + " and this program are not of one version.");
   link.hello = std::move(hello);
+  link.scope.clear();
+  sendScope(link);
+  if (!instant_.rules.empty()) sendRules(link);
   countRevision();
 }
 
@@ -293,6 +305,7 @@ void BrowserLink::ask(Link& link, const XPicture& picture) {
 
 void BrowserLink::transmit(Link& link, const std::string& frame) {
   if (link.connection->send(frame)) return;
+  link.rules.reset();
   post([number = link.number](BrowserLink& self) { self.drop(number); });
 }
 
@@ -339,6 +352,46 @@ void BrowserLink::appendTabs(std::vector<WindowTab>& to, int& index, const Place
     to.push_back({textOf({link, window->id, window->tab->id}), index,
                   x ? std::optional(x->frame) : std::nullopt, window->tab->address});
   }
+}
+
+// --- instant rules -------------------------------------------------------------------------------
+
+void BrowserLink::setInstantRules(const InstantRules& rules) {
+  const bool areOthers = rules.rules != instant_.rules || rules.exempt != instant_.exempt;
+  if (areOthers) {
+    instant_ = rules;
+  } else {
+    instant_.tabs = rules.tabs;
+  }
+  for (const auto& [number, link] : links_) {
+    if (!link->hello) continue;
+    sendScope(*link);
+    if (areOthers) sendRules(*link);
+  }
+}
+
+void BrowserLink::sendRules(Link& link) {
+  link.rules.emplace();
+  continueRules(link);
+}
+
+void BrowserLink::continueRules(Link& link) {
+  while (link.rules && link.connection->waiting() < kMostBytesAhead) {
+    const auto frame = link.rules->next(instant_);
+    if (link.rules->isDone()) link.rules.reset();
+    transmit(link, frame);
+  }
+}
+
+void BrowserLink::sendScope(Link& link) {
+  std::set<int64_t> windows;
+  for (const auto& [bundleID, ids] : instant_.tabs)
+    for (const auto& id : ids)
+      if (const auto place = tabPlace(id); place && place->link == link.number)
+        windows.insert(place->window);
+  if (windows == link.scope) return;
+  link.scope = std::move(windows);
+  transmit(link, scopeFrame(link.scope));
 }
 
 // --- redirecting and telling ---------------------------------------------------------------------

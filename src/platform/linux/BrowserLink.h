@@ -36,6 +36,9 @@ class SocketListeners;
 // workspace is left out. A tab's id is "<link>:<window>:<tab>": two profiles of one browser may
 // use the same numbers, and a tab that the user has turned away from must not be hit.
 //
+// Instant rules go to every extension that has introduced itself, the lists only when they have
+// changed. An extension enforces them for as long as it hears from its host that we are there.
+//
 // Main thread only.
 class BrowserLink : public BrowserControl, public BrowserLinks {
  public:
@@ -67,6 +70,7 @@ class BrowserLink : public BrowserControl, public BrowserLinks {
   void watch(std::set<std::string> bundleIDs,
              std::function<void(const std::string&)> onChange) override;
   void unwatch() override;
+  void setInstantRules(const InstantRules& rules) override;
 
   std::vector<LinkedBrowser> linked() const override;
   const Property<uint64_t>& linkedRevision() const override { return linkedRevision_; }
@@ -99,6 +103,10 @@ class BrowserLink : public BrowserControl, public BrowserLinks {
   // Counts `index` up by one for each window, also for those left out.
   static void appendTabs(std::vector<WindowTab>& to, int& index, const Placement& placement);
 
+  void sendRules(Link& link);
+  void continueRules(Link& link);
+  void sendScope(Link& link);
+
   void tell(const Link& link);
   void deliverNews();
   void countRevision() { linkedRevision_.set(linkedRevision_.get() + 1); }
@@ -116,6 +124,7 @@ class BrowserLink : public BrowserControl, public BrowserLinks {
   std::map<uint64_t, std::unique_ptr<PendingRead>> reads_;
   uint64_t nextRead_ = 1;
 
+  InstantRules instant_;
   std::set<std::string> watched_;
   std::function<void(const std::string&)> onChange_;
   uint64_t watchNumber_ = 0;

@@ -42,7 +42,7 @@ void LinkConnection::take(std::string_view bytes) {
 
 bool LinkConnection::send(std::string_view frame) {
   if (!stream_) return false;
-  if (inFlight_ + queued_.size() + frame.size() > kMostQueuedBytes) {
+  if (waiting() + frame.size() > kMostQueuedBytes) {
     log_.notice("A browser does not read what it is told; its link is closed.");
     cancel();
     return false;
@@ -58,7 +58,9 @@ void LinkConnection::sendQueued() {
     const auto self = weak.lock();
     if (!self || !self->stream_) return;
     self->inFlight_ = 0;
-    if (!self->queued_.empty()) self->sendQueued();
+    if (!self->queued_.empty()) return self->sendQueued();
+    const auto drained = self->handlers_.drained;
+    drained();
   });
 }
 

@@ -23,6 +23,8 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
     std::function<void(std::optional<LinkMessage>)> message;
     // The stream has ended, or announced a message beyond all bounds. Told once, then no more.
     std::function<void()> lost;
+    // All that was sent is on its way.
+    std::function<void()> drained;
   };
 
   // `log` outlives this object.
@@ -34,6 +36,8 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
   void start();
   // False when too much waits already: then the stream is over, which `lost` is not told.
   bool send(std::string_view frame);
+  // Bytes sent and not yet on their way.
+  size_t waiting() const { return inFlight_ + queued_.size(); }
   // Ends the stream; no handler runs any more.
   void cancel();
 

@@ -9,6 +9,7 @@ namespace velmora {
 namespace {
 
 constexpr size_t kKeptCapacity = 64u << 10;
+constexpr size_t kLongestDomain = 253;
 
 // A window as it is written. Bounds may be missing one by one; a state that we don't know is none
 // that hides a window.
@@ -145,6 +146,43 @@ std::string goFrame(int64_t windowId, int64_t tabId, std::string_view address,
                 {"tabId", tabId},
                 {"address", address},
                 {"from", from}});
+}
+
+std::string scopeFrame(const std::set<int64_t>& windows) {
+  return frame({{"type", "scope"}, {"windows", json::Value::Array(windows.begin(), windows.end())}});
+}
+
+std::string RulesFrames::next(const InstantRules& rules) {
+  if (!std::exchange(isBegun_, true)) {
+    isDone_ = rules.rules.empty();
+    return first(rules);
+  }
+  const auto& domains = rules.rules[rule_].domains;
+  json::Value::Array part;
+  for (size_t bytes = 0; domain_ < domains.size() && bytes < kMostDomainBytes; ++domain_) {
+    const auto& domain = domains[domain_];
+    if (domain.size() > kLongestDomain) continue;
+    bytes += domain.size();
+    part.emplace_back(domain);
+  }
+  const auto of = static_cast<int64_t>(rule_);
+  if (domain_ == domains.size()) {
+    domain_ = 0;
+    isDone_ = ++rule_ == rules.rules.size();
+  }
+  return frame(
+      {{"type", "domains"}, {"rule", of}, {"domains", std::move(part)}, {"last", isDone_}});
+}
+
+std::string RulesFrames::first(const InstantRules& rules) const {
+  json::Value::Array kinds;
+  for (const auto& rule : rules.rules)
+    kinds.push_back(
+        json::Value::Object{{"reason", rule.reason}, {"allowlist", rule.isAllowlist}});
+  return frame({{"type", "rules"},
+                {"rules", std::move(kinds)},
+                {"exempt", json::Value::Array(rules.exempt.begin(), rules.exempt.end())},
+                {"last", isDone_}});
 }
 
 void LinkFrames::append(std::string_view bytes) {

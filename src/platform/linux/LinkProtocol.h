@@ -3,12 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
 
 #include "base/Geometry.h"
+#include "ports/BrowserControl.h"
 
 // What a browser's extension and this program say to each other, through a host process that the
 // browser starts. Each message is a frame: its length as four bytes in the machine's own order,
@@ -79,6 +81,30 @@ std::string listFrame(int64_t request);
 // goes nowhere when the tab is already bound for another one.
 std::string goFrame(int64_t windowId, int64_t tabId, std::string_view address,
                     std::string_view from);
+
+// The windows whose shown tab is on screen, replacing those told before. Which tab that is the
+// extension knows best.
+std::string scopeFrame(const std::set<int64_t>& windows);
+
+// Hands over instant rules, apart from their tabs, as frames that are small enough for everyone on
+// the way. The extension enforces a set once it has all of it, and drops an unfinished one when
+// another begins.
+class RulesFrames {
+ public:
+  static constexpr size_t kMostDomainBytes = 48u << 10;
+
+  bool isDone() const { return isDone_; }
+  // The next frame; not when done. Always of the same rules.
+  std::string next(const InstantRules& rules);
+
+ private:
+  std::string first(const InstantRules& rules) const;
+
+  bool isBegun_ = false;
+  bool isDone_ = false;
+  size_t rule_ = 0;  // where the next frame begins
+  size_t domain_ = 0;
+};
 
 // Cuts a stream into messages.
 class LinkFrames {
