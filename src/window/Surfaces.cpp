@@ -12,8 +12,33 @@ Surfaces::~Surfaces() = default;
 
 void Surfaces::follow() {
   const QJsonObject wanted = velmora_.member("surfaces");
+  followGate(wanted.value("gate").toObject().value("showing").toBool());
+  followHud(wanted.value("hud").toObject());
+  followNotice(wanted.value("notice").isObject());
   followWindow(wanted.value("window").toObject(), velmora_.member("desktop"));
-  if (!window_) emit allGone();
+  if (!gate_ && !hud_ && !notice_ && !window_) emit allGone();
+}
+
+void Surfaces::followGate(bool isWanted) {
+  if (!isWanted) return gate_.reset();
+  if (gate_) return;
+  gate_ = std::make_unique<GateWindows>(engine_, velmora_);
+  connect(gate_.get(), &GateWindows::programIsMute, this, &Surfaces::programIsMute);
+}
+
+void Surfaces::followHud(const QJsonObject& hud) {
+  if (!hud.value("showing").toBool()) return hud_.reset();
+  if (!hud_) hud_ = std::make_unique<Hud>(engine_, velmora_);
+  hud_->follow(hud);
+  hud_->show();
+}
+
+void Surfaces::followNotice(bool isWanted) {
+  if (!isWanted) return notice_.reset();
+  if (notice_) return;
+  notice_ = std::make_unique<Notice>(engine_);
+  notice_->show();
+  notice_->raise();
 }
 
 void Surfaces::followWindow(const QJsonObject& window, const QJsonObject& desktop) {

@@ -3,7 +3,9 @@
 #include <QQmlEngine>
 #include <memory>
 
+#include "window/GateWindows.h"
 #include "window/MainWindow.h"
+#include "window/Panels.h"
 #include "window/Velmora.h"
 
 namespace velmora {
@@ -20,15 +22,23 @@ class Surfaces final : public QObject {
 
  signals:
   void allGone();
+  // The gate stands and the program does not answer.
+  void programIsMute();
 
  private:
   void follow();
+  void followGate(bool isWanted);
+  void followHud(const QJsonObject& hud);
+  void followNotice(bool isWanted);
   void followWindow(const QJsonObject& window, const QJsonObject& desktop);
 
   Velmora& velmora_;
   QQmlEngine engine_;
   std::unique_ptr<MainWindow> window_;
-  int request_ = 0;
+  int request_ = 0;  // the last one that was heard
+  std::unique_ptr<GateWindows> gate_;
+  std::unique_ptr<Hud> hud_;
+  std::unique_ptr<Notice> notice_;
 };
 
 }  // namespace velmora

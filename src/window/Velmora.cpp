@@ -1,5 +1,7 @@
 #include "window/Velmora.h"
 
+#include <utility>
+
 namespace velmora {
 namespace {
 
@@ -37,6 +39,11 @@ Velmora* Velmora::create(QQmlEngine* engine, QJSEngine*) {
 
 void Velmora::provideTo(QQmlEngine& engine) {
   engine.setProperty(kProvided, QVariant::fromValue(this));
+}
+
+void Velmora::ask(const QString& command, const QStringList& arguments,
+                  std::function<void(const ProgramLink::Answer&)> answered) {
+  link_.run(command, arguments, std::move(answered));
 }
 
 void Velmora::run(const QString& command, const QStringList& arguments, const QJSValue& done) {

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QQmlEngine>
 #include <QQmlPropertyMap>
+#include <functional>
 
 #include "window/ProgramLink.h"
 
@@ -29,8 +30,12 @@ class Velmora final : public QObject {
   void provideTo(QQmlEngine& engine);
 
   QQmlPropertyMap* state() { return &state_; }
+  // A member of the document; an empty object unless it is one.
   QJsonObject member(const QString& name) const { return document_.value(name).toObject(); }
   bool isConnected() const { return isConnected_; }
+  // Like `run` of the link.
+  void ask(const QString& command, const QStringList& arguments,
+           std::function<void(const ProgramLink::Answer&)> answered);
   // `done`, when it is a function, gets {status, output, error} of the answer.
   Q_INVOKABLE void run(const QString& command, const QStringList& arguments = {},
                        const QJSValue& done = {});

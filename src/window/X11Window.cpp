@@ -74,6 +74,15 @@ void setSkippingTaskBar(QWindow& window, bool skips) {
     x.setProperty(window, "_NET_WM_STATE", XCB_ATOM_ATOM, {bar, pager});
 }
 
+bool hasCompositor() {
+  const auto x = Connection::ofQt();
+  if (!x) return false;
+  const auto cookie = xcb_get_selection_owner(x.xcb, x.atom("_NET_WM_CM_S0"));
+  const std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
+      xcb_get_selection_owner_reply(x.xcb, cookie, nullptr), &std::free);
+  return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
 void setOnAllDesktops(QWindow& window) {
   const auto x = Connection::ofQt();
   if (!x) return;

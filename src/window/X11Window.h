@@ -14,6 +14,8 @@ void setLayer(QWindow& window, uint32_t layer);
 void activate(QWindow& window);
 // Neither in the task bar nor in the switcher.
 void setSkippingTaskBar(QWindow& window, bool skips);
+// Whether windows may be seen through.
+bool hasCompositor();
 // On every workspace.
 void setOnAllDesktops(QWindow& window);
 

@@ -65,12 +65,13 @@ int main(int argc, char** argv) {
   Surfaces surfaces(velmora);
   QObject::connect(&surfaces, &Surfaces::allGone, &app, &QGuiApplication::quit,
                    Qt::QueuedConnection);
+  const auto fail = [](const QString& why) {
+    std::fprintf(stderr, "velmora-window: %s\n", qPrintable(why));
+    QGuiApplication::exit(1);
+  };
+  QObject::connect(link.get(), &ProgramLink::ended, &app, fail, Qt::QueuedConnection);
   QObject::connect(
-      link.get(), &ProgramLink::ended, &app,
-      [](const QString& why) {
-        std::fprintf(stderr, "velmora-window: %s\n", qPrintable(why));
-        QGuiApplication::exit(1);
-      },
+      &surfaces, &Surfaces::programIsMute, &app, [fail] { fail("Velmora does not answer"); },
       Qt::QueuedConnection);
   link->open();
   return app.exec();
