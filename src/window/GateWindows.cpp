@@ -32,7 +32,8 @@ void lay(Surface& window, QScreen& screen) {
 GateWindows::GateWindows(QQmlEngine& engine, Velmora& velmora)
     : engine_(engine), velmora_(velmora) {
   connect(qGuiApp, &QGuiApplication::screenAdded, this, &GateWindows::cover, Qt::QueuedConnection);
-  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &GateWindows::cover);
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &GateWindows::cover,
+          Qt::QueuedConnection);
   connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this] { retry_.start(kRetry); });
   connect(&cadence_, &QTimer::timeout, this, &GateWindows::stand);
   connect(&retry_, &QTimer::timeout, this, &GateWindows::hold);
@@ -68,6 +69,8 @@ void GateWindows::cover() {
     return note.first == form_->screen() || !screens.contains(note.first);
   });
   for (QScreen* screen : screens) {
+    connect(screen, &QScreen::geometryChanged, this, &GateWindows::cover,
+            static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::UniqueConnection));
     if (screen == form_->screen()) {
       lay(*form_, *screen);
     } else if (const auto note = notes_.find(screen); note != notes_.end()) {
