@@ -46,6 +46,7 @@ Hud::Hud(QQmlEngine& engine, Velmora& velmora)
   }
   x11::setLayer(*this, kFloatingLayer);
   x11::setOnAllDesktops(*this);
+  x11::setSkippingTaskBar(*this, true);
   load("Hud.qml");
 }
 
