@@ -5,6 +5,8 @@
 #include "base/Json.h"
 #include "base/Text.h"
 #include "platform/linux/BrowserInstallations.h"
+#include "platform/linux/LaunchAgentFiles.h"
+#include "platform/linux/LaunchAgents.h"
 #include "platform/linux/Paths.h"
 #include "platform/linux/SqlitePreferences.h"
 #include "platform/linux/SystemLog.h"
@@ -144,9 +146,32 @@ CommandResult installBrowserLink(const std::vector<std::string>& arguments) {
   return {failed ? 1 : 0, out, failed ? "some browsers could not be linked" : ""};
 }
 
+CommandResult installDesktop(const std::vector<std::string>& arguments) {
+  if (!arguments.empty()) return CommandResult::misused("install-desktop");
+  std::string error;
+  const auto data = paths::dataFolder(error);
+  if (!data) return CommandResult::refused(error);
+  const std::filesystem::path home = std::filesystem::path(*data).parent_path();
+  const auto entry = home / "applications/com.velmora.app.desktop";
+  if (!writeAgentFile(entry, agents::applicationEntry(programFolder() + "/velmora")))
+    return CommandResult::refused(entry.string() + " can't be written");
+  std::error_code failed;
+  const auto icons = home / "icons/hicolor";
+  std::filesystem::create_directories(icons, failed);
+  std::filesystem::copy(
+      shareFolder() + "/desktop/icons/hicolor", icons,
+      std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing,
+      failed);
+  if (failed) return CommandResult::refused(icons.string() + ": " + failed.message());
+  // Desktops look again when the folder of a theme has changed.
+  std::filesystem::last_write_time(icons, std::filesystem::file_time_type::clock::now(), failed);
+  return CommandResult::done(entry.string() + "\n");
+}
+
 std::string help() {
   std::string out =
-      "velmora                     start Velmora in this terminal\n"
+      "velmora                     start Velmora in this terminal, or show the running one\n"
+      "velmora --background        start it without its window\n"
       "velmora COMMAND ...         tell the running Velmora what to do\n\n";
   const auto row = [&out](std::string_view name, std::string_view usage, std::string_view text) {
     std::string left = "  " + std::string(name) + " " + std::string(usage);
@@ -158,6 +183,8 @@ std::string help() {
   row("watch", "", "Print every change of the state, as JSON lines");
   row("prefs", "read KEY | dump [--json]", "The stored values");
   row("install-browser-link", "", "Let the browsers on this machine reach Velmora");
+  row("install-desktop", "", "Add Velmora to this user's list of applications");
+  row("--gallery", "", "Show every control of the windows in each of its states");
   row("--version", "", "The version");
   out += "\nExit codes: 0 done, 1 refused or failed, 2 wrong usage.\n";
   return out;

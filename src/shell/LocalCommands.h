@@ -14,6 +14,8 @@ namespace local {
 CommandResult prefs(const std::vector<std::string>& arguments);
 // Lets every browser that is found reach our native messaging host.
 CommandResult installBrowserLink(const std::vector<std::string>& arguments);
+// Puts the program into the desktop's list of applications, for this user.
+CommandResult installDesktop(const std::vector<std::string>& arguments);
 std::string help();
 
 // Where this program's own files are: the folder of the executables, and of what they share.

@@ -1,15 +1,21 @@
 #include "shell/Resident.h"
 
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "app/App.h"
 #include "control/CommandTable.h"
 #include "control/ControlServer.h"
 #include "control/StateDocument.h"
 #include "platform/linux/BrowserLink.h"
+#include "platform/linux/DesktopActivation.h"
 #include "platform/linux/DesktopNotifications.h"
+#include "platform/linux/DisplayWatch.h"
 #include "platform/linux/EventLoop.h"
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/LinuxAppCatalog.h"
@@ -25,13 +31,19 @@
 #include "platform/linux/ThemeSounds.h"
 #include "platform/linux/WorkerQueue.h"
 #include "platform/linux/X11Desktop.h"
+#include "shell/ControlClient.h"
 #include "shell/LocalCommands.h"
+#include "shell/WindowHost.h"
 #include "velmora_resources.h"
 
 namespace velmora {
 namespace {
 
 constexpr Seconds kQuitDelay(0.05);  // for the answer to reach whoever asked
+constexpr Seconds kStopPatience(3);  // for the blocks to lift before we end all the same
+// A display server that is gone for so long has not just crashed: the desktop session is over.
+constexpr Seconds kDisplayPatience(10);
+constexpr int kReopenTries = 20;  // of a tenth of a second, while the other one is starting
 
 // The real platform, with an App on it. Members are in the order in which they need each other.
 class Resident {
@@ -59,13 +71,18 @@ class Resident {
         diagnostics_(catalog_, desktop_, link_, local::programFolder() + "/velmora-browser-host"),
         state_(app_, catalog_, link_, VELMORA_VERSION),
         commands_({app_, catalog_, *preferences_, state_, diagnostics_, [this] { quitSoon(); }}),
-        control_(listeners_, loop_, log_, commands_, state_) {}
+        control_(listeners_, loop_, log_, commands_, state_),
+        window_(loop_, log_, {local::programFolder() + "/velmora-window"}),
+        activation_(loop_, [this] { app_.lifecycle.applicationShouldHandleReopen(); }),
+        display_(loop_, kDisplayPatience, [this] { end(); }) {}
 
-  int run() {
+  int run(Lifecycle::Launch launch) {
     std::string error;
     if (!link_.listen(listeners_, error)) log_.notice("No browser can be linked: " + error);
     control_.start();
-    app_.start();
+    hostWindow();
+    app_.start(launch);
+    stopped_ = app_.lifecycle.hasStopped.onWrite([this](bool) { loop_.quit(); });
     signals_ = loop_.onSignal({SIGTERM, SIGINT, SIGHUP}, [this](int) { end(); });
     loop_.run();
     return 0;
@@ -75,9 +92,31 @@ class Resident {
   void quitSoon() {
     quit_ = loop_.after(kQuitDelay, [this] { end(); });
   }
+  // The desktop, the system or a signal: never refused.
   void end() {
+    if (std::exchange(isEnding_, true)) return;
+    quit_ = loop_.after(kStopPatience, [this] { loop_.quit(); });
     app_.lifecycle.stop();
-    loop_.quit();
+  }
+
+  // The window process follows what is to be seen.
+  void hostWindow() {
+    const auto update = [this](const auto&) { updateWindow(); };
+    windowNews_.push_back(app_.lifecycle.isWindowWanted.observe(update));
+    windowNews_.push_back(app_.screens.gateReason.observe(update));
+    windowNews_.push_back(app_.screens.isHUDShowing.observe(update));
+    windowNews_.push_back(app_.screens.scheduledTransition.observe(update));
+    windowNews_.push_back(
+        app_.lifecycle.windowRequests.onWrite([this](const auto&) { window_.request(); }));
+    windowNews_.push_back(
+        app_.lifecycle.windowSigns.onWrite([this](const auto&) { window_.noteSign(); }));
+  }
+  void updateWindow() {
+    const auto& screens = app_.screens;
+    const bool isGate = screens.isGateShowing();
+    window_.setWanted({.any = isGate || app_.lifecycle.isWindowWanted.get() ||
+                              screens.isHUDShowing.get() || screens.scheduledTransition.get(),
+                       .gate = isGate});
   }
 
   SystemLog log_;
@@ -100,13 +139,31 @@ class Resident {
   StateDocument state_;
   CommandTable commands_;
   ControlServer control_;
+  WindowHost window_;
+  DesktopActivation activation_;
+  DisplayWatch display_;
+  std::vector<Subscription> windowNews_;
+  bool isEnding_ = false;
   Subscription quit_;
+  Subscription stopped_;
   Subscription signals_;
 };
 
 int cannot(const std::string& why) {
   std::fprintf(stderr, "velmora: %s\n", why.c_str());
   return 1;
+}
+
+// Another one is resident: the user sees its window. It may be starting, or just ending.
+int reopen() {
+  for (int tries = 0; tries < kReopenTries; ++tries) {
+    if (auto client = ControlClient::connect(controlSocketPath())) {
+      const auto result = client->run("window", {"show"});
+      return result.status == 0 ? 0 : cannot(result.error);
+    }
+    usleep(100'000);
+  }
+  return cannot("Velmora is already running, but does not answer");
 }
 
 }  // namespace
@@ -117,7 +174,11 @@ std::string controlSocketPath() {
   return folder ? *folder + "/" + std::string(ControlServer::socketName) + ".sock" : "";
 }
 
-int runResident() {
+std::string instanceLockPath(const std::string& dataFolder) {
+  return dataFolder + "/velmora.lock";
+}
+
+int runResident(Lifecycle::Launch launch) {
   // A display server that dies while we write to it must not take us along.
   std::signal(SIGPIPE, SIG_IGN);
   std::string error;
@@ -125,9 +186,9 @@ int runResident() {
   if (!data) return cannot(error);
   const auto runtime = paths::runtimeFolder(error);
   if (!runtime) return cannot(error);
-  const auto lock = InstanceLock::acquire(*data + "/velmora.lock");
-  if (!lock) return cannot("Velmora is already running. Try: velmora status");
-  return std::make_unique<Resident>(*data, *runtime)->run();
+  const auto lock = InstanceLock::acquire(instanceLockPath(*data));
+  if (!lock) return launch == Lifecycle::Launch::silent ? 0 : reopen();
+  return std::make_unique<Resident>(*data, *runtime)->run(launch);
 }
 
 }  // namespace velmora

@@ -5,13 +5,16 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/DisplayWatch.h"
 #include "shell/ControlClient.h"
 #include "shell/LocalCommands.h"
 #include "shell/Resident.h"
+#include "shell/Watcher.h"
 
 namespace {
 
 using velmora::CommandResult;
+using Launch = velmora::Lifecycle::Launch;
 using Words = std::vector<std::string>;
 
 int show(const CommandResult& result) {
@@ -47,19 +50,38 @@ CommandResult tellTheRunningOne(const std::string& command, const Words& argumen
   return client->run(command, arguments);
 }
 
+// Started by the system in the background, again and again: a program without a display would hold
+// the lock and enforce nothing, so it is left to a time when there is one.
+int guard() {
+  if (!velmora::DisplayWatch::canReach()) return 0;
+  return velmora::runResident(Launch::silent);
+}
+
+int showGallery() {
+  const std::string program = velmora::local::programFolder() + "/velmora-window";
+  execl(program.c_str(), program.c_str(), "--gallery", nullptr);
+  return show(CommandResult::refused(program + " can't be started"));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  Words words(argv + 1, argv + argc);
-  // Given by whoever starts the program for a mission: it then starts without a window.
-  std::erase(words, "--scheduled-launch");
-  if (words.empty()) return velmora::runResident();
-  const std::string command = words.front();
+  const Words words(argv + 1, argv + argc);
+  if (words.empty()) return velmora::runResident(Launch::shown);
+  const std::string& command = words.front();
   const Words arguments(words.begin() + 1, words.end());
+  // Given by whoever starts the program for a mission, and by whoever brings it back.
+  if (command == "--scheduled-launch" || command == "--background")
+    return velmora::runResident(Launch::silent);
+  if (command == "--guard") return guard();
+  if (command == "--watch")
+    return velmora::runWatcher(velmora::local::programFolder() + "/velmora");
+  if (command == "--gallery") return showGallery();
   if (command == "--version") return show(CommandResult::done("velmora " VELMORA_VERSION "\n"));
   if (command == "help" || command == "--help" || command == "-h")
     return show(CommandResult::done(velmora::local::help()));
   if (command == "prefs") return show(velmora::local::prefs(arguments));
   if (command == "install-browser-link") return show(velmora::local::installBrowserLink(arguments));
+  if (command == "install-desktop") return show(velmora::local::installDesktop(arguments));
   return show(tellTheRunningOne(command, arguments));
 }

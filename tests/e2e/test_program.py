@@ -26,12 +26,13 @@ def merged(state, patch):
 
 
 class CommandLine(WithVelmora):
-    def test_a_second_program_is_refused_in_one_line(self):
+    def test_a_second_program_shows_the_window_of_the_first_unless_it_is_a_silent_one(self):
         self.velmora.start()
-        answer = self.velmora.run()
-        self.assertEqual((answer.status, answer.output), (1, ""))
-        self.assertEqual(answer.error, "velmora: Velmora is already running. Try: velmora status\n")
-        self.velmora.tell("status")
+        wanted = lambda: json.loads(self.velmora.tell("state"))["surfaces"]["window"]["wanted"]
+        self.assertEqual(self.velmora.run("--background"), (0, "", ""))
+        self.assertFalse(wanted())
+        self.assertEqual(self.velmora.run(), (0, "", ""))
+        self.assertTrue(wanted())
 
     def test_without_a_running_program_it_says_how_to_start_one(self):
         for words in (["status"], ["start"], ["sites", "add", "a.example"], ["watch"]):

@@ -10,8 +10,11 @@ namespace velmora {
 // ends; programs that the process starts do not inherit it.
 class InstanceLock {
  public:
-  // Nothing when another process holds the lock, or when the file can't be made.
+  // Nothing when another process holds the lock, or when the file can't be made. Waits a tenth of a
+  // second for somebody who only asks whether it is held.
   static std::optional<InstanceLock> acquire(const std::string& path);
+  // Whether some process holds it now.
+  static bool isHeld(const std::string& path);
   InstanceLock(InstanceLock&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
   InstanceLock& operator=(InstanceLock&& other) noexcept {
     std::swap(fd_, other.fd_);

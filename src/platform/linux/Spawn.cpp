@@ -35,7 +35,8 @@ void resetSignals(posix_spawnattr_t& attributes) {
 
 }  // namespace
 
-std::optional<pid_t> spawn(const std::vector<std::string>& arguments, int output) {
+std::optional<pid_t> spawn(const std::vector<std::string>& arguments, int output,
+                           ErrorOutput errors) {
   if (arguments.empty()) return std::nullopt;
   std::vector<char*> argv;
   for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
@@ -48,7 +49,8 @@ std::optional<pid_t> spawn(const std::vector<std::string>& arguments, int output
   else
     posix_spawn_file_actions_addopen(actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_addopen(actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  if (errors == ErrorOutput::thrownAway)
+    posix_spawn_file_actions_addopen(actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_addclosefrom_np(actions, STDERR_FILENO + 1);
   resetSignals(setup.attributes);
 

@@ -8,9 +8,13 @@
 
 namespace velmora {
 
-// Starts a program found by the PATH with standard error and input thrown away, standard output
-// going to `output` (also thrown away when negative), no signal blocked or ignored, and no other
-// descriptor of ours. The caller waits for it. Nothing when it can't be started.
-std::optional<pid_t> spawn(const std::vector<std::string>& arguments, int output = -1);
+// What becomes of the standard error of a program that is started.
+enum class ErrorOutput { thrownAway, shared };
+
+// Starts a program found by the PATH with standard input thrown away, standard output going to
+// `output` (also thrown away when negative), no signal blocked or ignored, and no other descriptor
+// of ours. The caller waits for it. Nothing when it can't be started.
+std::optional<pid_t> spawn(const std::vector<std::string>& arguments, int output = -1,
+                           ErrorOutput errors = ErrorOutput::thrownAway);
 
 }  // namespace velmora

@@ -105,13 +105,14 @@ void XDisplay::flush() {
 // An event may end the owner of this connection, and with it this object.
 void XDisplay::poll() {
   const std::weak_ptr<const void> alive = alive_;
+  const auto tell = handlers_.event;
   while (const auto event = owned(xcb_poll_for_event(connection_))) {
-    handlers_.event(event.get());
+    tell(event.get());
     if (alive.expired()) return;
   }
   if (!xcb_connection_has_error(connection_)) return;
   watch_.reset();
-  soon_ = loop_.after(Seconds(0), [this] { handlers_.lost(); });
+  soon_ = loop_.after(Seconds(0), [lost = handlers_.lost] { lost(); });
 }
 
 }  // namespace velmora
