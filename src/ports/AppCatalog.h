@@ -30,7 +30,8 @@ inline constexpr std::string_view kProtectedEverywhere[] = {
     "com.obsproject.obs-studio",
 };
 
-// What the platform knows of applications. Immutable.
+// What the platform knows of applications. Safe from every thread; the references stay valid and
+// their values as they are.
 class AppCatalog {
  public:
   virtual ~AppCatalog() = default;
@@ -40,7 +41,8 @@ class AppCatalog {
   virtual const std::set<std::string>& browserBundleIDs() const = 0;
   // What is never closed, whatever a list says.
   virtual const std::set<std::string>& protectedBundleIDs() const = 0;
-  // Folds every alias of an application into one identity; an unknown one is kept as it is.
+  // Folds every alias of an application into one identity; an unknown one is kept as it is, but may
+  // be known later, when the application has been installed.
   virtual std::string canonicalID(std::string_view id) const = 0;
 };
 

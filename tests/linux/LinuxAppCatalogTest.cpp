@@ -22,6 +22,8 @@ TEST(LinuxAppCatalog, EveryAliasMeansOneApplication) {
            {"Google-chrome", "com.google.Chrome"},
            {"org.chromium.chromium.DESKTOP", "org.chromium.Chromium"},
            {"org.gimp.GIMP.desktop", "org.gimp.GIMP"},
+           {"obs", "com.obsproject.obs-studio"},
+           {"slack", "com.tinyspeck.slackmacgap"},
            {"", ""}}) {
     EXPECT_EQ(catalog.canonicalID(alias), id) << alias;
   }

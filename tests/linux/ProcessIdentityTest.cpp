@@ -41,7 +41,9 @@ TEST(ProcessIdentity, AKnownApplicationGoesBeforeTheGroupTheClassTheInstanceAndT
   for (const auto& c : std::vector<Case>{
            {bar, "/usr/bin/bar", "Bar", "window", "org.foo.Bar"},
            {"0::/", "/usr/bin/bar", "Bar", "window", "Bar"},
-           {"0::/", "/usr/bin/bar", "", "", "bar"},
+           {"0::/", "/usr/bin/bar", "", "", ""},
+           // What a browser or a file manager started is neither.
+           {"0::/app-gnome-org.gnome.Nautilus-5.scope", "/usr/bin/game", "Game", "", "Game"},
            {discord, "/usr/lib/x", "Foo", "", "com.hnc.Discord"},
            {"0::/", "/usr/lib/x", "Firefox-ESR", "Navigator", "org.mozilla.firefox"},
            // A browser is neither the program that opened it nor what it calls its window.
@@ -54,17 +56,23 @@ TEST(ProcessIdentity, AKnownApplicationGoesBeforeTheGroupTheClassTheInstanceAndT
   }
 }
 
-TEST(ProcessIdentity, TheSystemIsAskedOnceUnlessTheNumberIsAnothersNow) {
+TEST(ProcessIdentity, TheSystemIsAskedOnceAndEachWindowUnlessTheNumberIsAnothersNow) {
   const LinuxAppCatalog catalog;
   FakeProc proc;
   ProcessIdentity identity{catalog, proc};
   EXPECT_EQ(identity.of(7, "XTerm", ""), "XTerm");
   identity.recheck(7);
   EXPECT_EQ(identity.of(7, "Popup", ""), "XTerm");
+  for (const auto& [claim, id] : std::vector<std::pair<const char*, const char*>>{
+           {"discord", "com.hnc.Discord"}, {"pinentry-qt", "pinentry"}, {"obs", "pinentry"},
+           {"Chromium", "org.chromium.Chromium"}, {"orca", "org.chromium.Chromium"}}) {
+    EXPECT_EQ(identity.of(7, claim, ""), id) << "of the claims of its windows the best";
+  }
   EXPECT_EQ(proc.questions, 1);
   proc.start = 2;
   identity.recheck(7);
-  EXPECT_EQ(identity.of(7, "Chromium", ""), "org.chromium.Chromium");
+  proc.program = "/usr/bin/thunar";
+  EXPECT_EQ(identity.of(7, "Chromium", ""), "thunar") << "what runs goes before what it claims";
 }
 
 TEST(ProcSource, KnowsThisProcessWhateverItsName) {

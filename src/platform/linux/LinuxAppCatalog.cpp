@@ -4,6 +4,10 @@
 #include <array>
 #include <span>
 
+#include "base/Text.h"
+#include "platform/linux/DesktopEntries.h"
+#include "platform/linux/ProtectedApplications.h"
+
 namespace velmora {
 namespace {
 
@@ -70,13 +74,17 @@ constexpr KnownApplication kWithoutLink[] = {
 
 constexpr KnownApplication kOthers[] = {
     {"Velmora", "com.velmora.app", {"velmora", "velmora-window"}},
-    {"Discord", "com.hnc.Discord", {"discord", "com.discordapp.Discord"}},
+    {"Discord",
+     "com.hnc.Discord",
+     {"discord", "com.discordapp.Discord", "discord_discord"}},
     {"WhatsApp", "net.whatsapp.WhatsApp", {}},
     {"OBS Studio", "com.obsproject.obs-studio", {"obs", "com.obsproject.Studio"}},
+    {"Slack", "com.tinyspeck.slackmacgap", {"slack", "com.slack.Slack", "slack_slack"}},
+    {"Spotify", "com.spotify.client", {"spotify", "spotify_spotify", "com.spotify.Client"}},
 };
 
 // Identities are ASCII; other letters keep their case.
-std::string folded(std::string_view id) {
+std::string lowercase(std::string_view id) {
   std::string out(id);
   std::ranges::transform(out, out.begin(), [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -86,17 +94,17 @@ std::string folded(std::string_view id) {
 
 std::string_view withoutDesktopSuffix(std::string_view id) {
   constexpr std::string_view suffix = ".desktop";
-  if (id.size() > suffix.size() && folded(id).ends_with(suffix)) id.remove_suffix(suffix.size());
+  if (id.size() > suffix.size() && lowercase(id).ends_with(suffix)) id.remove_suffix(suffix.size());
   return id;
 }
 
 }  // namespace
 
-LinuxAppCatalog::LinuxAppCatalog() {
-  const auto learn = [this](std::string_view id, const Names& aliases) {
-    canonical_.emplace(folded(id), id);
+LinuxAppCatalog::LinuxAppCatalog(const DesktopEntries* installed) : installed_(installed) {
+  const auto learn = [this](std::string_view id, std::span<const std::string_view> aliases) {
+    canonical_.emplace(lowercase(id), id);
     for (const std::string_view alias : aliases) {
-      if (!alias.empty()) canonical_.emplace(folded(alias), id);
+      if (!alias.empty()) canonical_.emplace(lowercase(alias), id);
     }
   };
   const auto learnAll = [&](std::span<const KnownApplication> applications, bool areBrowsers) {
@@ -114,16 +122,27 @@ LinuxAppCatalog::LinuxAppCatalog() {
   learnAll(kElsewhere, true);
   learnAll(kWithoutLink, true);
   learnAll(kOthers, false);
+  for (const auto& application : protectedApplications()) {
+    learn(application.id, text::split(application.names, ' '));
+    protectedBundleIDs_.emplace(application.id);
+  }
 }
 
 std::string LinuxAppCatalog::canonicalID(std::string_view id) const {
-  id = withoutDesktopSuffix(id);
-  const std::string* known = find(id);
-  return known ? *known : std::string(id);
+  return known(id).value_or(std::string(withoutDesktopSuffix(id)));
 }
 
-bool LinuxAppCatalog::knows(std::string_view id) const {
-  return find(withoutDesktopSuffix(id)) != nullptr;
+std::optional<std::string> LinuxAppCatalog::known(std::string_view id) const {
+  id = withoutDesktopSuffix(id);
+  if (id.empty()) return std::nullopt;
+  if (const std::string* listed = find(id)) return *listed;
+  return installed_ ? folded(installed_->named(id)) : std::nullopt;
+}
+
+std::optional<std::string> LinuxAppCatalog::ofProgram(std::string_view program) const {
+  if (program.empty()) return std::nullopt;
+  if (const std::string* listed = find(program)) return *listed;
+  return installed_ ? folded(installed_->startedBy(program)) : std::nullopt;
 }
 
 std::vector<std::string> LinuxAppCatalog::browsersWithoutLink() const {
@@ -132,8 +151,13 @@ std::vector<std::string> LinuxAppCatalog::browsersWithoutLink() const {
   return names;
 }
 
+std::optional<std::string> LinuxAppCatalog::folded(std::optional<std::string> desktopID) const {
+  const std::string* listed = desktopID ? find(*desktopID) : nullptr;
+  return listed ? std::optional(*listed) : desktopID;
+}
+
 const std::string* LinuxAppCatalog::find(std::string_view id) const {
-  const auto found = canonical_.find(folded(id));
+  const auto found = canonical_.find(lowercase(id));
   return found == canonical_.end() ? nullptr : &found->second;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <unordered_map>
 
@@ -7,10 +8,15 @@
 
 namespace velmora {
 
+class DesktopEntries;
+
 // Applications as Linux desktops name them: desktop file names, window classes and executables.
+// Safe from every thread.
 class LinuxAppCatalog final : public AppCatalog {
  public:
-  LinuxAppCatalog();
+  // `installed` must outlive this object; without it only the applications of our own tables are
+  // known.
+  explicit LinuxAppCatalog(const DesktopEntries* installed = nullptr);
 
   const std::vector<Browser>& browsers() const override { return browsers_; }
   const std::set<std::string>& browserBundleIDs() const override { return browserBundleIDs_; }
@@ -19,14 +25,20 @@ class LinuxAppCatalog final : public AppCatalog {
   // dropped.
   std::string canonicalID(std::string_view id) const override;
 
-  // Whether canonicalID folds this name into an identity that the catalog lists.
-  bool knows(std::string_view id) const;
+  // The identity that canonicalID gives to the name of a known or installed application; nothing
+  // for other names.
+  std::optional<std::string> known(std::string_view id) const;
+  // The identity of the known or installed application that this program, by its base name, can't
+  // but be.
+  std::optional<std::string> ofProgram(std::string_view program) const;
   // The browsers that are recognised but whose tabs can't be read here, as shown to the user.
   std::vector<std::string> browsersWithoutLink() const;
 
  private:
   const std::string* find(std::string_view id) const;
+  std::optional<std::string> folded(std::optional<std::string> desktopID) const;
 
+  const DesktopEntries* installed_;
   std::vector<Browser> browsers_;
   std::set<std::string> browserBundleIDs_;
   std::set<std::string> protectedBundleIDs_{std::begin(kProtectedEverywhere),

@@ -4,6 +4,7 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -134,10 +135,15 @@ ProcessIdentity::ProcessIdentity(const LinuxAppCatalog& catalog, const Source& s
 
 const std::string& ProcessIdentity::of(int32_t pid, std::string_view windowClass,
                                        std::string_view instance) {
-  const auto found = known_.find(pid);
-  if (found != known_.end()) return found->second.id;
-  Known known{source_.startTime(pid), find(pid, windowClass, instance)};
-  return known_.emplace(pid, std::move(known)).first->second.id;
+  auto entry = known_.find(pid);
+  if (entry == known_.end()) entry = known_.emplace(pid, found(pid)).first;
+  Known& known = entry->second;
+  for (const std::string_view name : {windowClass, instance}) {
+    const bool isNews = !name.empty() && known.evidence != Evidence::program &&
+                        std::ranges::find(known.names, name) == known.names.end();
+    if (isNews) consider(name, known);
+  }
+  return known.id;
 }
 
 void ProcessIdentity::recheck(int32_t pid) {
@@ -151,21 +157,35 @@ void ProcessIdentity::keepOnly(const std::unordered_set<int32_t>& pids) {
   std::erase_if(known_, [&](const auto& entry) { return !pids.contains(entry.first); });
 }
 
-std::string ProcessIdentity::find(int32_t pid, std::string_view windowClass,
-                                  std::string_view instance) const {
-  const std::string executable = source_.executable(pid);
-  const std::array<std::string, 4> candidates{applicationOfCgroup(source_.cgroup(pid)),
-                                              std::string(windowClass), std::string(instance),
-                                              std::string(baseName(executable))};
-  // A group is inherited: a browser that a chat program opened lives in the chat program's group.
-  // So a known application is looked for from what the process runs towards what it came from.
-  for (auto candidate = candidates.rbegin(); candidate != candidates.rend(); ++candidate) {
-    if (catalog_.knows(*candidate)) return catalog_.canonicalID(*candidate);
+ProcessIdentity::Known ProcessIdentity::found(int32_t pid) const {
+  Known known;
+  known.startTime = source_.startTime(pid);
+  if (const auto id = catalog_.ofProgram(baseName(source_.executable(pid)))) {
+    known.id = *id;
+    known.evidence = Evidence::program;
+    return known;
   }
-  for (const auto& candidate : candidates) {
-    if (!candidate.empty()) return catalog_.canonicalID(candidate);
+  const auto id = catalog_.canonicalID(applicationOfCgroup(source_.cgroup(pid)));
+  // Whatever a file manager or a browser started would be spared as they are.
+  const bool isSpared =
+      catalog_.browserBundleIDs().contains(id) || catalog_.protectedBundleIDs().contains(id);
+  if (!id.empty() && !isSpared) {
+    known.id = id;
+    known.evidence = Evidence::group;
   }
-  return {};
+  return known;
+}
+
+void ProcessIdentity::consider(std::string_view name, Known& known) const {
+  known.names.emplace_back(name);
+  const auto id = catalog_.known(name);
+  const auto evidence = !id                                             ? Evidence::windowName
+                        : catalog_.browserBundleIDs().contains(*id)   ? Evidence::browserName
+                        : catalog_.protectedBundleIDs().contains(*id) ? Evidence::protectedName
+                                                                      : Evidence::knownName;
+  if (evidence <= known.evidence) return;
+  known.id = id.value_or(catalog_.canonicalID(name));
+  known.evidence = evidence;
 }
 
 std::optional<uint64_t> ProcSource::startTime(int32_t pid) const {

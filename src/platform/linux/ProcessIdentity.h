@@ -6,6 +6,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace velmora {
 
@@ -13,6 +14,11 @@ class LinuxAppCatalog;
 
 // Which application a process is. What is found stays known as long as the process lives and has a
 // window; a process that got the number of an earlier one is another process.
+//
+// What the process runs decides, where an application is known by its program. Otherwise it is what
+// its windows claim: where they claim several a browser wins, then a protected application, then
+// one that is known, then the first. The control group counts only where no window claims a known
+// one, as groups are inherited: a browser that a chat program opened lives in the chat program's.
 class ProcessIdentity {
  public:
   // What the system tells of a process.
@@ -28,8 +34,8 @@ class ProcessIdentity {
   // Both must outlive this object.
   ProcessIdentity(const LinuxAppCatalog& catalog, const Source& source);
 
-  // The canonical identity: empty only when neither the system nor the window names the process.
-  // Asks the system once for each process; the texts of later windows do not change the answer.
+  // The canonical identity; empty as long as neither the system nor a window names the process.
+  // Asks the system once for each process, but considers the names of every window.
   const std::string& of(int32_t pid, std::string_view windowClass, std::string_view instance);
   // To be called when a window appears: forgets what is known unless it is still that process.
   void recheck(int32_t pid);
@@ -37,11 +43,16 @@ class ProcessIdentity {
   void keepOnly(const std::unordered_set<int32_t>& pids);
 
  private:
+  // What an identity rests on; the later, the better.
+  enum class Evidence { none, windowName, group, knownName, protectedName, browserName, program };
   struct Known {
     std::optional<uint64_t> startTime;
     std::string id;
+    Evidence evidence = Evidence::none;
+    std::vector<std::string> names;  // of its windows, as far as they were considered
   };
-  std::string find(int32_t pid, std::string_view windowClass, std::string_view instance) const;
+  Known found(int32_t pid) const;
+  void consider(std::string_view name, Known& known) const;
 
   const LinuxAppCatalog& catalog_;
   const Source& source_;

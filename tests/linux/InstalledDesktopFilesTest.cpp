@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/InstalledDesktopFiles.h"
+#include "platform/linux/LinuxAppCatalog.h"
+#include "platform/linux/ProcessIdentity.h"
+#include "support/TempFolder.h"
+
+namespace velmora {
+namespace {
+
+class InstalledDesktopFilesTest : public testing::Test {
+ protected:
+  // A desktop file "ID" or "FOLDER/ID" in one of the data folders, with these lines.
+  void add(const std::string& place, const std::string& lines = "") {
+    put(place + ".desktop", "[Desktop Entry]\nType=Application\nName=" + place + "\n" + lines);
+  }
+  void put(const std::string& place, const std::string& content) {
+    const std::string path = folder / place;
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    putContent(path, content);
+  }
+  std::string scanned() const {
+    std::string names;
+    for (const auto& app : installed.scan()) names += app.name + "=" + app.bundleID + " ";
+    return names;
+  }
+
+  TempFolder folder;
+  DesktopEntries entries{{.home = folder / "home",
+                          .configHome = folder / "config",
+                          .dataFolders = {folder / "own", folder / "usr"},
+                          .languages = {"de_AT", "de"},
+                          .desktops = {"GNOME"},
+                          .path = {"/bin"}}};
+  LinuxAppCatalog catalog{&entries};
+  InstalledDesktopFiles installed{catalog, entries};
+};
+
+TEST_F(InstalledDesktopFilesTest, ShowsWhatAMenuWouldShow) {
+  add("own/applications/b", "Name[de]=Bär\nName[fr]=Ours\n");
+  add("own/applications/gone", "Hidden=true\n");
+  add("own/applications/here", "OnlyShowIn=KDE;GNOME;\nTryExec=sh\n");
+  add("usr/applications/gone");
+  add("usr/applications/b");
+  add("usr/applications/kde/deep", "StartupWMClass=x\n");
+  for (const char* reason : {"NoDisplay=true", "Terminal=true", "OnlyShowIn=KDE;", "NotShowIn=GNOME",
+                             "TryExec=no-such-program", "Type=Link\n[Desktop Entry]"}) {
+    put(std::string("usr/applications/not ") + reason[0] + ".desktop",
+        std::string("[Desktop Entry]\n") + reason + "\nType=Application\nName=x\n");
+  }
+  put("usr/applications/damaged.desktop", "Name=x\n[Desktop Entry\n\xff=\n=");
+  put("usr/applications/noname.desktop", "[Desktop Entry]\nType=Application\n");
+  put("usr/applications/latin.desktop", "[Desktop Entry]\nType=Application\nName=\xe4\n");
+  add("usr/applications/discord");
+  std::filesystem::create_directory_symlink(".", folder / "usr/applications/circle");
+  EXPECT_EQ(scanned(), "Bär=b own/applications/here=here usr/applications/discord=com.hnc.Discord "
+                       "usr/applications/kde/deep=kde-deep ");
+}
+
+TEST_F(InstalledDesktopFilesTest, IconsAreTakenFromTheThemeThenItsParentsThenLoosePictures) {
+  put("config/gtk-3.0/settings.ini", "[Settings]\ngtk-icon-theme-name=Own\n");
+  put("own/icons/Own/index.theme",
+      "[Icon Theme]\nInherits=Base\nDirectories=a,b\n[a]\nSize=512\n[b]\nSize=16\nScale=4\n");
+  put("usr/icons/Base/index.theme",
+      "[Icon Theme]\nInherits=Own\nDirectories=s\n[s]\nSize=48\nType=Scalable\n");
+  for (const char* image : {"own/icons/Own/a/one.png", "usr/icons/Own/b/one.png",
+                            "usr/icons/Base/s/one.svg", "usr/icons/Base/s/two.svg",
+                            "usr/pixmaps/three.xpm", "own/free.png"}) {
+    put(image, "");
+  }
+  for (const char* icon : {"one", "two", "three.xpm", "missing"}) {
+    add(std::string("own/applications/") + icon, std::string("Icon=") + icon + "\n");
+  }
+  add("own/applications/t t", "Icon=" + (folder / "own/free.png") + "\n");
+  std::map<std::string, std::string> icons, urls;
+  for (const auto& app : installed.scan()) {
+    icons[app.bundleID] = app.icon;
+    urls[app.bundleID] = app.url;
+  }
+  EXPECT_EQ(icons, (std::map<std::string, std::string>{
+                       {"one", folder / "usr/icons/Own/b/one.png"},
+                       {"two", folder / "usr/icons/Base/s/two.svg"},
+                       {"three.xpm", folder / "usr/pixmaps/three.xpm"},
+                       {"t t", folder / "own/free.png"},
+                       {"missing", ""}}));
+  EXPECT_EQ(urls["t t"], "file://" + (folder / "own/applications/t%20t.desktop"));
+}
+
+TEST_F(InstalledDesktopFilesTest, AnApplicationGoesByItsWindowsAndItsProgram) {
+  EXPECT_EQ(catalog.canonicalID("XTerm"), "XTerm");
+  add("usr/applications/debian-xterm", "StartupWMClass=XTerm\nExec=\"/usr/bin/xt\" -e foo\n");
+  add("own/applications/cheat", "StartupWMClass=XTerm\nExec=env A=1 xt\n");
+  add("usr/applications/office-a", "Exec=office -a\n");
+  add("usr/applications/office-b", "Exec=office -b\n");
+  add("usr/applications/script", "Exec=python3 /usr/share/script.py\n");
+  for (const char* name : {"XTerm", "xt", "Debian-XTerm"}) {
+    EXPECT_EQ(catalog.canonicalID(name), "debian-xterm") << name;
+  }
+  EXPECT_EQ(catalog.ofProgram("xt"), "debian-xterm");
+  for (const char* program : {"office", "python3", "debian-xterm"}) {
+    EXPECT_EQ(catalog.ofProgram(program), std::nullopt) << program;
+  }
+}
+
+}  // namespace
+}  // namespace velmora
