@@ -19,7 +19,8 @@ class Applications {
   virtual ~Applications() = default;
   virtual std::vector<RunningApplication> running() = 0;
   // Until the token is dropped, hears of each process once, when its first window of that kind
-  // appears; without polling, and never inside a call to this object.
+  // appears, and again should its identity become another; without polling, and never inside a
+  // call to this object.
   virtual Subscription onLaunch(std::function<void(const RunningApplication&)> launched) = 0;
 
   // Each of these first makes sure that it is still the same process with the same identity, and

@@ -28,13 +28,18 @@ constexpr const char* kXAtomNames[] = {"_NET_CLIENT_LIST_STACKING",
                                        "_NET_WM_WINDOW_TYPE_NORMAL",
                                        "_NET_WM_WINDOW_TYPE_DIALOG",
                                        "_NET_WM_WINDOW_TYPE_UTILITY",
+                                       "_NET_WM_WINDOW_TYPE_TOOLBAR",
+                                       "_NET_WM_WINDOW_TYPE_MENU",
+                                       "_NET_WM_WINDOW_TYPE_SPLASH",
                                        "_NET_FRAME_EXTENTS",
                                        "_GTK_FRAME_EXTENTS",
                                        "_NET_WM_WINDOW_OPACITY",
                                        "_NET_WM_NAME",
                                        "_NET_WM_PID",
                                        kLayerProperty,
-                                       "UTF8_STRING"};
+                                       "UTF8_STRING",
+                                       "WM_CHANGE_STATE",
+                                       "_NET_CLOSE_WINDOW"};
 static_assert(std::size(kXAtomNames) == static_cast<size_t>(XAtom::count));
 
 xcb_screen_t* screenAt(xcb_connection_t* connection, int number) {

@@ -34,6 +34,9 @@ enum class XAtom {
   typeNormal,
   typeDialog,
   typeUtility,
+  typeToolbar,
+  typeMenu,
+  typeSplash,
   frameExtents,
   gtkFrameExtents,
   opacity,
@@ -41,6 +44,8 @@ enum class XAtom {
   wmPid,
   layer,
   utf8String,
+  changeState,
+  closeWindow,
   count
 };
 

@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "base/Property.h"
 #include "platform/linux/EventLoop.h"
 #include "platform/linux/ProcessIdentity.h"
 #include "platform/linux/X11WindowReader.h"
@@ -32,8 +33,24 @@ class X11Desktop::Impl {
   DesktopSnapshot snapshot(Wants wants) {
     if (!connection_ && clock_.monotonic() >= nextAttempt_) connect();
     if (connection_) refresh(wants);
+    // What the connection has read of events while we waited wakes no loop.
+    if (connection_) connection_->pollEvents();
     dropIfBroken();
     return assembled(wants);
+  }
+
+  Subscription onWindowsChanged(std::function<void()> changed) const {
+    return windowsChanged_.subscribe([changed = std::move(changed)](bool) { changed(); });
+  }
+  bool isOverdue() const { return isOverdue_; }
+
+  void minimise(uint32_t window) {
+    constexpr uint32_t iconic = 3;
+    askManager(window, XAtom::changeState, iconic, 0);
+  }
+  void close(uint32_t window) {
+    constexpr uint32_t pager = 2;  // somebody who acts for the user
+    askManager(window, XAtom::closeWindow, XCB_CURRENT_TIME, pager);
   }
 
   const std::vector<X11Window>& windows() const { return windows_; }
@@ -73,12 +90,30 @@ class X11Desktop::Impl {
     frontmost_.reset();
     identity_.keepOnly({});
     ++generation_;
+    isOverdue_ = false;
+    windowsChanged_.send(true);
+  }
+
+  void askManager(uint32_t window, XAtom message, uint32_t first, uint32_t second) {
+    if (!connection_) return;
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = window;
+    event.type = connection_->atom(message);
+    event.data.data32[0] = first;
+    event.data.data32[1] = second;
+    xcb_send_event(connection_->raw(), false, connection_->root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char*>(&event));
+    xcb_flush(connection_->raw());
   }
 
   // Leaves everything as it is where the server does not answer in time.
   void refresh(Wants wants) {
     connection_->pollEvents();
-    if (connection_->isBroken() || connection_->isBehind()) return;
+    isOverdue_ = connection_->isBehind();
+    if (connection_->isBroken() || isOverdue_) return;
     const auto deadline = X11Connection::Clock::now() + kPatience;
     if (isStale_) {
       readAll(wants, deadline);
@@ -98,6 +133,7 @@ class X11Desktop::Impl {
     auto picture = reader_->read({wants.pointer, true}, live_, deadline);
     if (!picture) {
       isStale_ = true;
+      isOverdue_ = true;
       return;
     }
     ++fullReads_;
@@ -212,6 +248,7 @@ class X11Desktop::Impl {
       if (isOneOf({XAtom::clientListStacking, XAtom::activeWindow, XAtom::currentDesktop})) {
         isStale_ = true;
       }
+      if (isOneOf({XAtom::clientListStacking})) windowsChanged_.send(true);
       return;
     }
     const bool isTitle = isOneOf({XAtom::wmName});
@@ -225,6 +262,9 @@ class X11Desktop::Impl {
       staleTitles_.insert(window);
     } else {
       isStale_ = true;
+    }
+    if (property == XCB_ATOM_WM_CLASS || isOneOf({XAtom::windowType, XAtom::wmPid})) {
+      windowsChanged_.send(true);
     }
   }
 
@@ -249,7 +289,9 @@ class X11Desktop::Impl {
   X11LiveFacts live_;
 
   bool isStale_ = true;
+  bool isOverdue_ = false;
   std::unordered_set<xcb_window_t> staleTitles_;
+  Signal<bool> windowsChanged_;
   uint64_t generation_ = 0;
   uint64_t fullReads_ = 0;
   uint64_t earlierRoundTrips_ = 0;  // of connections that are gone
@@ -273,6 +315,18 @@ const std::vector<X11Window>& X11Desktop::windows() const {
 }
 uint64_t X11Desktop::generation() const {
   return impl_->generation();
+}
+Subscription X11Desktop::onWindowsChanged(std::function<void()> changed) const {
+  return impl_->onWindowsChanged(std::move(changed));
+}
+bool X11Desktop::isOverdue() const {
+  return impl_->isOverdue();
+}
+void X11Desktop::minimise(uint32_t window) {
+  impl_->minimise(window);
+}
+void X11Desktop::close(uint32_t window) {
+  impl_->close(window);
 }
 uint64_t X11Desktop::roundTrips() const {
   return impl_->roundTrips();

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Subscription.h"
 #include "platform/linux/XWindowSource.h"
 #include "ports/Desktop.h"
 
@@ -37,6 +38,17 @@ class X11Desktop final : public Desktop, public XWindowSource {
 
   const std::vector<X11Window>& windows() const override;
   uint64_t generation() const override;
+
+  // Until the token is dropped, hears that windows may have come or gone or say other things of
+  // themselves than before, so that a snapshot may show other applications. Told in the midst of
+  // reading the server: call nothing of this object from there.
+  Subscription onWindowsChanged(std::function<void()> changed) const;
+  // Whether the last snapshot had to show an earlier picture because the server kept us waiting.
+  bool isOverdue() const;
+
+  // Asks the window manager, as a task bar does. Nothing happens where the window is gone.
+  void minimise(uint32_t window);
+  void close(uint32_t window);
 
   // How often we waited for the server's answer and read all windows, since the start.
   uint64_t roundTrips() const;

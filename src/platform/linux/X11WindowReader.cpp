@@ -344,17 +344,16 @@ std::optional<xcb_get_property_cookie_t> X11WindowReader::askFrameOpacity(xcb_wi
   return connection_.askProperty(top, connection_.atom(XAtom::opacity), XCB_ATOM_CARDINAL, 1);
 }
 
-int X11WindowReader::layerOf(std::span<const uint32_t> types) const {
-  // The first type that is known counts, as it does for window managers.
+// The first type that is known counts, as it does for window managers.
+XAtom X11WindowReader::kindOf(std::span<const uint32_t> types) const {
   for (const uint32_t type : types) {
-    for (const XAtom floating : {XAtom::typeDock, XAtom::typeDesktop, XAtom::typeNotification}) {
-      if (type == connection_.atom(floating)) return kFloatingLayer;
-    }
-    for (const XAtom normal : {XAtom::typeNormal, XAtom::typeDialog, XAtom::typeUtility}) {
-      if (type == connection_.atom(normal)) return kNormalLayer;
+    for (const XAtom kind : {XAtom::typeNormal, XAtom::typeDialog, XAtom::typeUtility,
+                             XAtom::typeDock, XAtom::typeDesktop, XAtom::typeNotification,
+                             XAtom::typeToolbar, XAtom::typeMenu, XAtom::typeSplash}) {
+      if (type == connection_.atom(kind)) return kind;
     }
   }
-  return kNormalLayer;
+  return XAtom::typeNormal;
 }
 
 std::unordered_set<xcb_window_t> X11WindowReader::frames() const {
@@ -426,7 +425,11 @@ X11WindowReader::Properties X11WindowReader::takeProperties(const PropertyQuesti
                  states.words().end();
   out.workspace = connection_.take(q.workspace).word();
   const XProperty types = connection_.take(q.type);
-  out.layer = layerOf(types.words());
+  const XAtom kind = kindOf(types.words());
+  const bool floats = kind == XAtom::typeDock || kind == XAtom::typeDesktop ||
+                      kind == XAtom::typeNotification;
+  out.layer = floats ? kFloatingLayer : kNormalLayer;
+  out.isRegular = kind == XAtom::typeNormal || kind == XAtom::typeDialog;
   out.isWallpaper = types.word() == connection_.atom(XAtom::typeDesktop);
   out.frame = edgesOf(connection_.take(q.frame));
   out.shadow = edgesOf(connection_.take(q.shadow));
@@ -468,6 +471,7 @@ std::optional<X11SeenWindow> X11WindowReader::takeWindow(const WindowQuestions& 
   out.pid = pid != overview.pids.end() ? pid->second : properties.pid;
   out.managed = q.isManaged;
   out.isNew = q.isNew;
+  out.isRegular = q.isManaged && properties.isRegular;
   out.title = properties.title;
   out.windowInstance = properties.instance;
   out.windowClass = properties.windowClass;

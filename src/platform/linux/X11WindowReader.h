@@ -72,6 +72,7 @@ class X11WindowReader {
     std::optional<uint32_t> workspace;
     int layer = kNormalLayer;  // by its type
     bool isWallpaper = false;
+    bool isRegular = true;
     std::optional<uint32_t> declaredLayer;
     Edges frame, shadow;
     double opacity = 1.0;
@@ -123,7 +124,7 @@ class X11WindowReader {
                                                const Overview& overview);
   void takeGrandparents(const std::vector<GrandparentQuestion>& questions,
                         const Overview& overview);
-  int layerOf(std::span<const uint32_t> types) const;
+  XAtom kindOf(std::span<const uint32_t> types) const;
   std::vector<Stranger> askStrangers(const Overview& overview);
   std::vector<xcb_window_t> takeShown(const std::vector<Stranger>& strangers);
   std::unordered_set<xcb_window_t> frames() const;

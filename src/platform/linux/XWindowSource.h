@@ -20,6 +20,7 @@ struct X11Window {
   std::string windowInstance;
   bool managed = false;   // listed by the window manager
   bool onScreen = false;  // mapped, neither minimised nor on another workspace
+  bool isRegular = false;  // managed, and a normal window or a dialog
   bool operator==(const X11Window&) const = default;
 };
 
