@@ -16,7 +16,9 @@ App::App(const Platform& p)
       monitor(engine),
       screens(timer, presets, p.preferences, p.loop),
       coordinator(timer, presets, lists, monitor, p.catalog, p.clock, coordinatorNeighbours_),
-      lifecycle(timer, presets, lists, modules, coordinator, p.preferences, p.loop, commitment) {
+      launchAtLogin(p.loginAgent, p.agentQueue, p.loop),
+      lifecycle(timer, presets, lists, modules, coordinator, p.preferences, p.loop,
+                {p.statusItem, p.guardian, p.authentication, p.agentQueue}, commitment) {
   timerNeighbours_.focusContext.bind(presets);
   timerNeighbours_.screens.bind(screens);
   timerNeighbours_.coordinator.bind(coordinator);
@@ -26,6 +28,7 @@ App::App(const Platform& p)
 void App::start(Lifecycle::Launch launch) {
   blockPage.start();
   timer.resumeRestored();
+  launchAtLogin.look();
   lifecycle.applicationDidFinishLaunching(launch);
 }
 

@@ -8,6 +8,7 @@
 #include "core/BlockingCoordinator.h"
 #include "core/FocusPresetStore.h"
 #include "core/FocusSessionCoordinator.h"
+#include "core/LaunchAtLogin.h"
 #include "core/Lifecycle.h"
 #include "core/ModuleStore.h"
 #include "core/StoredSwitch.h"
@@ -47,6 +48,7 @@ struct App {
   FocusSessionCoordinator screens;
   SyncBridge sync;
   BlockingCoordinator coordinator;
+  LaunchAtLogin launchAtLogin;
   Lifecycle lifecycle;
 };
 

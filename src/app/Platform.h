@@ -3,9 +3,11 @@
 #include <string>
 
 #include "ports/AppCatalog.h"
+#include "ports/Authentication.h"
 #include "ports/BrowserControl.h"
 #include "ports/Clock.h"
 #include "ports/Desktop.h"
+#include "ports/LaunchAgent.h"
 #include "ports/Listeners.h"
 #include "ports/Log.h"
 #include "ports/Notifications.h"
@@ -13,6 +15,7 @@
 #include "ports/Random.h"
 #include "ports/RunLoop.h"
 #include "ports/Sounds.h"
+#include "ports/StatusItem.h"
 
 namespace velmora {
 
@@ -30,6 +33,11 @@ struct Platform {
   Notifications& notifications;
   Sounds& sounds;
   Log& log;
+  StatusItem& statusItem;
+  LaunchAgent& guardian;    // brings the program back when it is killed
+  LaunchAgent& loginAgent;  // starts it at login
+  Authentication& authentication;
+  SerialQueue& agentQueue;  // of both agents
   std::string blockPage;   // the wall, as HTML
   std::string homeDomain;  // the product's own web domain
 };

@@ -554,6 +554,8 @@ const std::vector<CommandTable::Command>& CommandTable::commands() {
       {"hud", "move X Y", "Where the mini timer stands", commands::hud},
       {"notice", "dismiss", "Take the notice of a mission's start away", commands::notice},
       {"dock", "on|off", "Show the window among the running applications", commands::dock},
+      {"login", "on|off", "Start Velmora at login", commands::login},
+      {"end", "", "Stop the session, after the owner's proof", commands::end},
       {"welcome", "done", "The first run's welcome has been seen", commands::welcome},
       {"alive", "", "A sign of life of whoever draws the windows", commands::alive},
       {"quit", "", "End the program; refused while it is locked", commands::quit},

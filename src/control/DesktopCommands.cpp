@@ -78,6 +78,23 @@ CommandResult dock(const Environment& e, const Arguments& arguments) {
   return CommandResult::done();
 }
 
+CommandResult login(const Environment& e, const Arguments& arguments) {
+  if (arguments.empty()) return CommandResult::done(onOff(e.app.launchAtLogin.isEnabled.get()));
+  bool on = false;
+  if (!parseSwitch(joined(arguments), on)) return CommandResult::misused("login [on|off]");
+  if (on)
+    e.app.launchAtLogin.enable();
+  else
+    e.app.launchAtLogin.disable();
+  return CommandResult::done();
+}
+
+CommandResult end(const Environment& e, const Arguments&) {
+  if (e.app.lifecycle.isSessionHard()) return hardRefusal();
+  if (!e.app.lifecycle.endSessionWithAuth()) return CommandResult::refused("No session to stop");
+  return CommandResult::done(line("The session stops when you have proved to be the owner."));
+}
+
 CommandResult welcome(const Environment& e, const Arguments& arguments) {
   if (joined(arguments) != "done") return CommandResult::misused("welcome done");
   e.app.lifecycle.hasSeenWelcome.set(true);

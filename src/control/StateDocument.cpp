@@ -162,6 +162,8 @@ Value StateDocument::menu() const {
 Value StateDocument::desktop() const {
   const Lifecycle& lifecycle = app_.lifecycle;
   return Object{{"showInDock", lifecycle.showsInDock.isOn.get()},
+                {"launchAtLogin", app_.launchAtLogin.isEnabled.get()},
+                {"guardian", lifecycle.guardianInstalled.get().value_or(false)},
                 {"locked", lifecycle.isLocked()},
                 {"welcomed", lifecycle.hasSeenWelcome.isOn.get()},
                 {"uses24HourTime", app_.uses24HourTime.isOn.get()}};
@@ -199,7 +201,8 @@ std::vector<Subscription> StateDocument::observe(std::function<void()> changed) 
      app_.presets.activeContext, app_.modules.enabledModules, app_.screens.gateReason,
      app_.screens.isHUDShowing, app_.screens.hudOrigin, app_.screens.scheduledTransition,
      app_.lifecycle.isWindowWanted, app_.lifecycle.windowRequests, app_.lifecycle.menu,
-     app_.lifecycle.showsInDock.isOn, app_.lifecycle.hasSeenWelcome.isOn, app_.uses24HourTime.isOn,
+     app_.lifecycle.showsInDock.isOn, app_.lifecycle.guardianInstalled,
+     app_.launchAtLogin.isEnabled, app_.lifecycle.hasSeenWelcome.isOn, app_.uses24HourTime.isOn,
      app_.blockPage.state(), app_.engine.redirects(), links_.linkedRevision());
   return out;
 }

@@ -11,7 +11,8 @@ static constexpr Seconds kLaunchDelay(0.1);
 
 Lifecycle::Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistStore& lists,
                      ModuleStore& modules, BlockingCoordinator& coordinator,
-                     Preferences& preferences, RunLoop& loop, const LateRef<Commitment>& commitment)
+                     Preferences& preferences, RunLoop& loop, const Ports& ports,
+                     const LateRef<Commitment>& commitment)
     : showsInDock(preferences, "vm_showInDock", true),
       hasSeenWelcome(preferences, "vm_hasSeenWelcome", false),
       timer_(timer),
@@ -20,10 +21,15 @@ Lifecycle::Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistSt
       modules_(modules),
       coordinator_(coordinator),
       loop_(loop),
-      commitment_(commitment) {}
+      ports_(ports),
+      commitment_(commitment),
+      life_(std::make_shared<const bool>(true)) {}
 
 void Lifecycle::applicationDidFinishLaunching(Launch launch) {
+  ports_.statusItem.onChoice([this](const std::string& action) { choose(action); });
   buildMenu();
+  guardianInstalled.set(ports_.guardian.isInstalled());
+  if (isLocked()) reconcileGuardian();
   launch_ = loop_.after(kLaunchDelay, [this, launch] {
     observeSessionState();
     coordinator_.sync();
@@ -54,11 +60,33 @@ void Lifecycle::reactSoon(Reaction reaction) {
 
 void Lifecycle::react(Reaction reaction) {
   buildMenu();
-  if (reaction == Reaction::all) coordinator_.sync();
+  if (reaction != Reaction::all) return;
+  coordinator_.sync();
+  reconcileGuardian();
 }
 
 void Lifecycle::buildMenu() {
-  menu.setIfChanged(statusMenu(timer_, commitment_));
+  if (menu.setIfChanged(statusMenu(timer_, commitment_))) ports_.statusItem.setMenu(menu.get());
+}
+
+void Lifecycle::choose(const std::string& action) {
+  if (action == "window show") showWindow();
+  if (action == "end") endSessionWithAuth();
+  if (action == "quit") applicationShouldTerminate();
+}
+
+// Wanted exactly while the program is locked. One that a dead process has left behind would start
+// the program again after every quit.
+void Lifecycle::reconcileGuardian() {
+  const bool wanted = isLocked();
+  if (guardianInstalled.get() == wanted) return;
+  guardianInstalled.set(wanted);
+  ports_.agentQueue.post([&guardian = ports_.guardian, wanted] {
+    if (wanted)
+      guardian.install();
+    else
+      guardian.remove();
+  });
 }
 
 bool Lifecycle::isSessionHard() const {
@@ -87,6 +115,32 @@ void Lifecycle::noteWindowSign() {
 }
 
 void Lifecycle::applicationShouldHandleReopen() {
+  showWindow();
+}
+
+bool Lifecycle::endSessionWithAuth() {
+  if (!timer_.isSessionActive.get() || timer_.effectiveIsHardcore()) return false;
+  authenticateToExit([this](bool isOwner) {
+    if (isOwner) endSession();
+  });
+  return true;
+}
+
+void Lifecycle::authenticateToExit(std::function<void(bool)> completion) {
+  ports_.authentication.authenticate(
+      "Authenticate to stop your focus session.",
+      [life = std::weak_ptr(life_), completion = std::move(completion)](bool isOwner) {
+        if (!life.expired()) completion(isOwner);
+      });
+}
+
+// A session that has become hard while the question was open goes on.
+void Lifecycle::endSession() {
+  if (!timer_.effectiveIsHardcore()) timer_.reset();
+  if (timer_.isSessionActive.get())
+    coordinator_.sync();
+  else
+    coordinator_.stopAll();
   showWindow();
 }
 

@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "base/LateRef.h"
@@ -12,28 +15,40 @@
 #include "core/ModuleStore.h"
 #include "core/StoredSwitch.h"
 #include "core/TimerService.h"
+#include "ports/Authentication.h"
+#include "ports/LaunchAgent.h"
 #include "ports/Preferences.h"
 #include "ports/RunLoop.h"
 #include "ports/StatusItem.h"
 
 namespace velmora {
 
-// What belongs to the process as a whole: the road from session state to blocking and to the status
-// menu, the main window that is wanted, and when the program may end. Main lane.
+// What belongs to the process as a whole: the road from session state to blocking, to the status
+// menu and to the guardian, which starts the program again when it is killed; the main window that
+// is wanted; and when the program may end. Main lane.
 class Lifecycle {
  public:
   using Commitment = ModuleStore::Commitment;
   // Silent: nothing may take the focus, since a mission or a watcher starts us and no person.
   enum class Launch { shown, silent };
 
+  struct Ports {
+    StatusItem& statusItem;
+    LaunchAgent& guardian;
+    Authentication& authentication;
+    SerialQueue& agentQueue;  // of all launch agents: what is asked of them keeps its order
+  };
+
   // `commitment` may stay unbound.
   Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistStore& lists,
             ModuleStore& modules, BlockingCoordinator& coordinator, Preferences& preferences,
-            RunLoop& loop, const LateRef<Commitment>& commitment);
+            RunLoop& loop, const Ports& ports, const LateRef<Commitment>& commitment);
 
   template <class T>
   using Value = Owned<T, Lifecycle>;
   Value<std::vector<StatusMenuItem>> menu;
+  // As it was asked for last; nothing until that was looked up at the end of launch.
+  Value<std::optional<bool>> guardianInstalled;
   // The main window lives in another process: this says what is wanted of it. Each request brings
   // it to the front again.
   Value<bool> isWindowWanted{false};
@@ -61,6 +76,10 @@ class Lifecycle {
   // The user has opened the program while it runs.
   void applicationShouldHandleReopen();
 
+  // Asks the owner of this computer for proof, and then ends the session; a refusal changes
+  // nothing. False, and no question, when no session runs or the running one is hard.
+  bool endSessionWithAuth();
+
   // Somebody wants the program to quit. False: refused. Otherwise it stops, as below.
   bool applicationShouldTerminate();
   // The desktop or the system ends the program: the session is saved and the blocks lifted, and
@@ -76,6 +95,10 @@ class Lifecycle {
   void reactSoon(Reaction reaction);
   void react(Reaction reaction);
   void buildMenu();
+  void choose(const std::string& action);
+  void reconcileGuardian();
+  void authenticateToExit(std::function<void(bool)> completion);
+  void endSession();
 
   TimerService& timer_;
   FocusPresetStore& presets_;
@@ -83,8 +106,10 @@ class Lifecycle {
   ModuleStore& modules_;
   BlockingCoordinator& coordinator_;
   RunLoop& loop_;
+  const Ports ports_;
   const LateRef<Commitment>& commitment_;
   Reaction due_ = Reaction::none;
+  std::shared_ptr<const bool> life_;  // what an open question holds weakly
   Subscription launch_;
   Subscription reaction_;
   std::vector<Subscription> subscriptions_;

@@ -97,27 +97,26 @@ TEST_F(CommandTableTest, ACountdownIsSetInMinutesAndSecondsAndBringsItsScreen) {
 }
 
 TEST_F(CommandTableTest, AWindowIsToldAllThatItDraws) {
-  timer().start(false);
-  d.app->screens.showScheduledTransition({"Thesis", "Soft Block", "09:00 – 10:00", Seconds(5)});
   for (const char* line : {"window hide", "window show", "hud move -20 40.5", "dock off",
-                           "welcome done", "settings set uses24HourTime off", "alive",
+                           "welcome done", "settings set uses24HourTime off", "alive", "start",
                            "presets color writing #0a0b0c", "presets icon writing film"})
-    EXPECT_EQ(run(line), 0) << line;
-  d.relaunch();  // a crash keeps what was chosen and nothing that was on screen
-  d.app->screens.showHUD();
-  StateDocument state(*d.app, d.catalog, d.links, "0.0");
-  world.advance(Seconds(0.2));
-  const auto now = state.whole();
-  EXPECT_EQ(json::dump(*now.find("surfaces")),
-            R"({"window":{"wanted":true,"request":1},"gate":{"showing":false,"reason":""},)"
-            R"("hud":{"showing":true,"x":-20.0,"y":40.5},"notice":null})");
-  EXPECT_EQ(json::dump(*now.find("desktop")),
-            R"({"showInDock":false,"locked":false,"welcomed":true,"uses24HourTime":false})");
-  EXPECT_EQ(json::dump(*now.find("menu")),
-            R"([{"title":"Open Velmora","action":"window show","key":""},)"
-            R"({"title":"","action":"","key":""},{"title":"Quit","action":"quit","key":"q"}])");
-  const auto& writing = d.app->presets.presets.get()[2];
-  EXPECT_TRUE(writing.colorHex == 0x0a0b0c && writing.iconName == "film");
+    EXPECT_EQ(run(line), line == std::string("start") ? 1 : 0) << line;
+  EXPECT_EQ(d.app->presets.presets.get()[2].colorHex, 0x0a0b0c);
+  for (const char* mission : {"A", "B"}) {
+    d.app->screens.showScheduledTransition({mission, "Soft", "9 – 10", Seconds(5)});
+    world.advance(Seconds(4));
+  }
+  for (const char* preset : {"Deep Work", "Editing", "Writing"})
+    d.tell("presets", {"remove", preset});
+  EXPECT_EQ(d.app->presets.presets.get().size(), 3u) << "a gate always has a way through";
+  EXPECT_EQ(json::dump(*d.state.whole().find("surfaces")),
+            R"({"window":{"wanted":true,"request":2},"gate":{"showing":true,"reason":)"
+            R"("Choose your next focus"},"hud":{"showing":false,"x":-20.0,"y":40.5},"notice":)"
+            R"({"mission":"B","presetName":"Soft","timeRange":"9 – 10","duration":5.0}})");
+  d.relaunch(Seconds(1));
+  EXPECT_EQ(json::dump(*StateDocument(*d.app, d.catalog, d.links, "").whole().find("desktop")),
+            R"({"showInDock":false,"launchAtLogin":false,"guardian":false,"locked":false,)"
+            R"("welcomed":true,"uses24HourTime":false})");
 }
 
 TEST_F(CommandTableTest, UnknownCommandsAreWrongUsage) {

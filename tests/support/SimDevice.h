@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/App.h"
+#include "platform/sim/FakeDesktopShell.h"
 #include "platform/sim/FakeListeners.h"
 #include "platform/sim/FakeScreen.h"
 #include "platform/sim/Fakes.h"
@@ -21,20 +22,24 @@ struct SimDevice {
   // A crash, or the end of the process: nothing is told to it.
   void kill() {
     app.reset();
+    agentLane.reset();
     loop.reset();
   }
   // A fresh process on the same disk. The windows stay as they are.
   void boot() {
     loop = std::make_unique<Lane>(world);
+    agentLane = std::make_unique<Lane>(world);
     auto windows = screen ? screen->windows : std::vector<FakeScreen::Window>{};
     screen = std::make_unique<FakeScreen>(*loop);
     screen->windows = std::move(windows);
     app = std::make_unique<App>(Platform{clock, *loop, *pageLane, preferences, random, *screen,
                                          *screen, catalog, listeners, notifications, sounds, log,
+                                         statusItem, guardian, loginAgent, authentication,
+                                         *agentLane,
                                          "<html>the wall</html>", "velmora.invalid"});
   }
-  void start() {
-    app->start();
+  void start(Lifecycle::Launch launch = Lifecycle::Launch::shown) {
+    app->start(launch);
     world.settle();
   }
   void relaunch(Seconds after = Seconds(0)) {
@@ -53,8 +58,13 @@ struct SimDevice {
   FakeNotifications notifications;
   FakeSounds sounds;
   FakeLog log;
+  FakeStatusItem statusItem;
+  FakeLaunchAgent guardian;
+  FakeLaunchAgent loginAgent;
+  FakeAuthentication authentication;
   std::unique_ptr<Lane> pageLane;
   std::unique_ptr<Lane> loop;
+  std::unique_ptr<Lane> agentLane;
   std::unique_ptr<FakeScreen> screen;
   std::unique_ptr<App> app;
 };

@@ -117,7 +117,9 @@ class Coordination : public TimerFixture {
                                   device.catalog, clock,   neighbours_};
   LateRef<ModuleStore::Commitment> commitment;
   Lifecycle lifecycle{timer(),     presets,     lists, device.app->modules,
-                      coordinator, preferences, loop,  commitment};
+                      coordinator, preferences, loop,
+                      {device.statusItem, device.guardian, device.authentication, *device.agentLane},
+                      commitment};
 };
 
 TEST_F(Coordination, BrakModeAllowsWhatWasChosenAndBrowsersOnlyForSites) {

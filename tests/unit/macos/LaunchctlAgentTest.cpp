@@ -8,34 +8,32 @@
 namespace velmora {
 namespace {
 
+// Without the white space between tags.
 TEST(LaunchctlAgent, WritesThesePropertyListsAndTellsTheSystem) {
   const TempFolder temp;
   sim::FakeProcesses processes;
-  // What is between the tags of the dictionary, without white space between them.
-  const auto installed = [&](LaunchctlAgent agent, const std::string& label) {
-    const std::string path = temp / "Library" + "/" + label + ".plist";
+  const auto installs = [&](LaunchctlAgent agent, const std::string& label, const char* rest) {
+    const std::string path = temp / "Library/" + label + ".plist";
     agent.install();
     std::ifstream file(path);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const auto flat = std::regex_replace(text.substr(text.find("<dict>")), std::regex(">\n *"), ">");
+    EXPECT_EQ(flat, "<dict><key>Label</key><string>" + label +
+                        "</string><key>ProgramArguments</key><array><string>" + rest);
     for (int i = 0; i < 2; ++i) agent.remove();
-    const std::vector<std::vector<std::string>> runs{{"/bin/launchctl", "load", path},
-                                                     {"/bin/launchctl", "unload", path}};
-    EXPECT_EQ(std::exchange(processes.runs, {}), runs);
+    EXPECT_EQ(processes.runs, (std::vector<std::vector<std::string>>{
+                                  {"/bin/launchctl", "load", path}, {"/bin/launchctl", "unload", path}}));
     EXPECT_FALSE(agent.isInstalled());
-    return std::regex_replace(text.substr(text.find("<dict>")), std::regex(">\n *"), ">");
+    processes.runs.clear();
   };
-  EXPECT_EQ(installed(LaunchctlAgent::guardian(processes, temp / "Library", "/A & $/Velmora.app"),
-                      "com.velmora.guardian"),
-            "<dict><key>Label</key><string>com.velmora.guardian</string><key>ProgramArguments</key>"
-            "<array><string>/bin/sh</string><string>-c</string><string>pgrep -x \"Velmora\" > "
-            "/dev/null 2>&amp;1 || open -g \"/A &amp; \\$/Velmora.app\"</string></array>"
-            "<key>StartInterval</key><integer>15</integer>"
-            "<key>ProcessType</key><string>Background</string></dict></plist>");
-  EXPECT_EQ(installed(LaunchctlAgent::login(processes, temp / "Library", "/V.app"),
-                      "com.velmora.launch"),
-            "<dict><key>Label</key><string>com.velmora.launch</string><key>ProgramArguments</key>"
-            "<array><string>/usr/bin/open</string><string>/V.app</string></array>"
-            "<key>RunAtLoad</key><true/><key>KeepAlive</key><false/></dict></plist>");
+  installs(LaunchctlAgent::guardian(processes, temp / "Library", "/A & $/Velmora.app"),
+           "com.velmora.guardian",
+           "/bin/sh</string><string>-c</string><string>pgrep -x \"Velmora\" > /dev/null 2>&amp;1 || "
+           "open -g \"/A &amp; \\$/Velmora.app\"</string></array><key>StartInterval</key><integer>15"
+           "</integer><key>ProcessType</key><string>Background</string></dict></plist>");
+  installs(LaunchctlAgent::login(processes, temp / "Library", "/V.app"), "com.velmora.launch",
+           "/usr/bin/open</string><string>/V.app</string></array><key>RunAtLoad</key><true/>"
+           "<key>KeepAlive</key><false/></dict></plist>");
 }
 
 }  // namespace
