@@ -83,6 +83,10 @@ std::string programFolder() {
   return std::filesystem::read_symlink("/proc/self/exe", error).parent_path().string();
 }
 
+std::string residentProgram() {
+  return programFolder() + "/velmora";
+}
+
 std::string shareFolder() {
   return std::filesystem::path(programFolder()).parent_path().string() + "/share/velmora";
 }
@@ -153,7 +157,7 @@ CommandResult installDesktop(const std::vector<std::string>& arguments) {
   if (!data) return CommandResult::refused(error);
   const std::filesystem::path home = std::filesystem::path(*data).parent_path();
   const auto entry = home / "applications/com.velmora.app.desktop";
-  if (!writeAgentFile(entry, agents::applicationEntry(programFolder() + "/velmora")))
+  if (!writeAgentFile(entry, agents::applicationEntry(residentProgram())))
     return CommandResult::refused(entry.string() + " can't be written");
   std::error_code failed;
   const auto icons = home / "icons/hicolor";

@@ -20,6 +20,7 @@ std::string help();
 
 // Where this program's own files are: the folder of the executables, and of what they share.
 std::string programFolder();
+std::string residentProgram();
 std::string shareFolder();
 
 }  // namespace local

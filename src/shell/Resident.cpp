@@ -13,15 +13,19 @@
 #include "control/ControlServer.h"
 #include "control/StateDocument.h"
 #include "platform/linux/BrowserLink.h"
+#include "platform/linux/CommandProcesses.h"
 #include "platform/linux/DesktopActivation.h"
 #include "platform/linux/DesktopNotifications.h"
+#include "platform/linux/DesktopStatusItem.h"
 #include "platform/linux/DisplayWatch.h"
 #include "platform/linux/EventLoop.h"
 #include "platform/linux/InstanceLock.h"
+#include "platform/linux/LaunchAgents.h"
 #include "platform/linux/LinuxAppCatalog.h"
 #include "platform/linux/LinuxDiagnostics.h"
 #include "platform/linux/LogindSession.h"
 #include "platform/linux/Paths.h"
+#include "platform/linux/PolkitAuthentication.h"
 #include "platform/linux/ProcessIdentity.h"
 #include "platform/linux/SocketListeners.h"
 #include "platform/linux/SqlitePreferences.h"
@@ -65,8 +69,14 @@ class Resident {
                    }}),
         notifications_(loop_, log_),
         sounds_(loop_, log_, local::shareFolder() + "/sounds"),
+        statusItem_(loop_),
+        guardian_(AgentPlaces::current(local::residentProgram()), commandLine_),
+        loginAgent_(AgentPlaces::current(local::residentProgram())),
+        authentication_(loop_, log_),
+        agentQueue_("keepalive"),
         app_(Platform{clock_, loop_, pageQueue_, *preferences_, random_, desktop_, link_, catalog_,
-                      listeners_, notifications_, sounds_, log_,
+                      listeners_, notifications_, sounds_, log_, statusItem_, guardian_,
+                      loginAgent_, authentication_, agentQueue_,
                       std::string(resources::blockPage()), VELMORA_HOME_DOMAIN}),
         diagnostics_(catalog_, desktop_, link_, local::programFolder() + "/velmora-browser-host"),
         state_(app_, catalog_, link_, VELMORA_VERSION),
@@ -82,6 +92,7 @@ class Resident {
     control_.start();
     hostWindow();
     app_.start(launch);
+    agentQueue_.post([this] { guardian_.revive(); });
     stopped_ = app_.lifecycle.hasStopped.onWrite([this](bool) { loop_.quit(); });
     signals_ = loop_.onSignal({SIGTERM, SIGINT, SIGHUP}, [this](int) { end(); });
     loop_.run();
@@ -134,6 +145,12 @@ class Resident {
   BrowserLink link_;
   DesktopNotifications notifications_;
   ThemeSounds sounds_;
+  DesktopStatusItem statusItem_;
+  CommandProcesses commandLine_;
+  GuardianAgent guardian_;
+  LoginAgent loginAgent_;
+  PolkitAuthentication authentication_;
+  WorkerQueue agentQueue_;
   App app_;
   LinuxDiagnostics diagnostics_;
   StateDocument state_;

@@ -74,8 +74,7 @@ int main(int argc, char** argv) {
   if (command == "--scheduled-launch" || command == "--background")
     return velmora::runResident(Launch::silent);
   if (command == "--guard") return guard();
-  if (command == "--watch")
-    return velmora::runWatcher(velmora::local::programFolder() + "/velmora");
+  if (command == "--watch") return velmora::runWatcher(velmora::local::residentProgram());
   if (command == "--gallery") return showGallery();
   if (command == "--version") return show(CommandResult::done("velmora " VELMORA_VERSION "\n"));
   if (command == "help" || command == "--help" || command == "-h")
