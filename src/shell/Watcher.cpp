@@ -34,7 +34,10 @@ void detach() {
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(null, fd);
 }
 
+// One waits at the most.
 std::optional<InstanceLock> waitForTurn(const std::string& path) {
+  const auto place = InstanceLock::acquire(path + ".next");
+  if (!place) return std::nullopt;
   for (int i = 0; i < kPatience; ++i) {
     if (auto lock = InstanceLock::acquire(path)) return lock;
     std::this_thread::sleep_for(std::chrono::seconds(1));

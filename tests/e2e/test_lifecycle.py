@@ -1,0 +1,117 @@
+"""What holds the program: its guardian, its refusals, its window process; and what lets it end."""
+
+import json
+import os
+import signal
+import unittest
+
+from bench import Screen, eventually
+from stage import PROGRAMS, Velmora
+
+CADENCE = 16  # seconds: the guardian's, and the start of the program
+
+
+def processes(velmora, word):
+    """Those of this user's home with a word of their command line."""
+    found = []
+    for pid in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            with open("/proc/%s/environ" % pid) as environment, open("/proc/%s/cmdline" % pid) as command:
+                if "HOME=" + velmora.home.path + "\0" in environment.read() and word in command.read().split("\0"):
+                    found.append(int(pid))
+        except OSError:
+            pass
+    return found
+
+
+class Guardian(unittest.TestCase):
+    def setUp(self):
+        self.screen = Screen()
+        self.addCleanup(self.screen.close)
+        self.velmora = Velmora(self.screen.display)
+        self.addCleanup(self.end_all)
+        self.velmora.start()
+        for words in (["mode", "soft"], ["sites", "add", "forum.test"], ["settings", "set", "isHardcore", "true"], ["start"]):
+            self.velmora.tell(*words)
+        self.assertTrue(eventually(self.is_guarded))
+
+    def end_all(self):
+        for word in ("--watch", "--background"):
+            for pid in processes(self.velmora, word):
+                os.kill(pid, signal.SIGKILL)
+        self.velmora.close()
+
+    def is_guarded(self):
+        return os.path.exists(self.velmora.home.path + "/.config/autostart/com.velmora.guardian.desktop")
+
+    def is_blocking(self):
+        try:
+            control = self.velmora.connect()
+            state = json.loads(control.ask("status", "--json").output)
+            control.close()
+            return state["session"]["running"] and state["enforcement"]["rule"] == "blocklist"
+        except (OSError, AttributeError):
+            return False
+
+    def test_a_hard_session_comes_back_after_a_kill_and_after_the_end_of_the_desktop(self):
+        self.assertEqual(self.velmora.run("quit").status, 1)
+        self.velmora.kill()
+        self.assertTrue(eventually(self.is_blocking, CADENCE, 0.05))
+        resident = processes(self.velmora, "--background")
+        self.assertEqual(len(resident), 1)
+        self.assertFalse(processes(self.velmora, PROGRAMS + "/velmora-window"), "nothing that takes the focus")
+
+        os.kill(resident[0], signal.SIGTERM)
+        self.assertTrue(eventually(lambda: not self.velmora.answers(), 3, 0.02))
+        self.assertTrue(self.velmora.stored()["vm_timer_isRunning"][1], "the session is kept")
+        self.assertTrue(eventually(self.is_blocking, CADENCE, 0.05))
+        self.assertLessEqual(len(processes(self.velmora, "--watch")), 2, "one watches, another may wait for its place")
+
+    def test_it_is_gone_with_the_session_and_one_left_behind_with_the_next_start(self):
+        self.velmora.tell("pass")
+        self.assertTrue(eventually(lambda: not self.is_guarded()))
+        self.velmora.tell("quit")
+        self.assertEqual(self.velmora.process.wait(5), 0)
+        left = self.velmora.home.path + "/.config/autostart/com.velmora.guardian.desktop"
+        with open(left, "w"):
+            pass
+        self.velmora.start()
+        self.assertTrue(eventually(lambda: not self.is_guarded()))
+        self.assertTrue(eventually(lambda: not processes(self.velmora, "--watch"), CADENCE, 0.1))
+
+
+class WindowProcess(unittest.TestCase):
+    def setUp(self):
+        self.screen = Screen()
+        self.addCleanup(self.screen.close)
+        self.velmora = Velmora(self.screen.display)
+        self.addCleanup(self.velmora.close)
+        self.velmora.start()
+
+    def windows(self):
+        return processes(self.velmora, PROGRAMS + "/velmora-window")
+
+    def titles(self):
+        return [w[2] for w in self.screen.windows()]
+
+    def test_it_is_there_while_it_is_wanted_and_back_within_a_second(self):
+        self.assertEqual(self.windows(), [])
+        self.velmora.tell("window", "show")
+        self.assertTrue(eventually(lambda: "Velmora" in self.titles(), 10, 0.02))
+        for _ in range(3):
+            os.kill(self.windows()[0], signal.SIGKILL)
+            self.assertTrue(eventually(lambda: "Velmora" not in self.titles(), 2, 0.01))
+            self.assertTrue(eventually(lambda: "Velmora" in self.titles(), 3, 0.01))
+        self.velmora.tell("window", "hide")
+        self.assertTrue(eventually(lambda: not self.windows(), 5))
+
+    def test_it_goes_with_the_program_and_the_program_with_the_desktop(self):
+        self.velmora.tell("window", "show")
+        self.assertTrue(eventually(lambda: "Velmora" in self.titles(), 10, 0.02))
+        self.velmora.kill()
+        self.assertTrue(eventually(lambda: not self.windows(), 2))
+        self.velmora.start()
+        self.screen.close()
+        self.assertEqual(self.velmora.process.wait(20), 0)
+
+
