@@ -526,6 +526,10 @@ CommandResult doctor(const Environment& e, Arguments arguments) {
   return CommandResult::done(out);
 }
 
+CommandResult installBrowserLink(const Environment& e, const Arguments& arguments) {
+  return e.installBrowserLink(arguments);
+}
+
 }  // namespace
 
 const std::vector<CommandTable::Command>& CommandTable::commands() {
@@ -549,6 +553,8 @@ const std::vector<CommandTable::Command>& CommandTable::commands() {
        apps},
       {"presets", "list | add NAME | ...", "Sets of tools for Brak mode", presets},
       {"modules", "[list] | on|off NAME", "What is on beyond the timer", modules},
+      {"install-browser-link", "", "Let the browsers on this machine reach Velmora",
+       installBrowserLink},
       {"doctor", "[--json]", "What works on this desktop, and what to do about the rest", doctor},
       {"window", "show|hide", "The main window", commands::window},
       {"hud", "move X Y", "Where the mini timer stands", commands::hud},

@@ -37,6 +37,8 @@ class CommandTable {
     const StateDocument& state;
     Diagnostics& diagnostics;
     std::function<void()> quit;  // ends the program soon, after the answer
+    // Touches only files; the same without the resident program.
+    std::function<CommandResult(const Arguments&)> installBrowserLink;
   };
   struct Command {
     std::string_view name;

@@ -186,7 +186,6 @@ std::string help() {
     row(command.name, command.usage, command.help);
   row("watch", "", "Print every change of the state, as JSON lines");
   row("prefs", "read KEY | dump [--json]", "The stored values");
-  row("install-browser-link", "", "Let the browsers on this machine reach Velmora");
   row("install-desktop", "", "Add Velmora to this user's list of applications");
   row("--gallery", "", "Show every control of the windows in each of its states");
   row("--version", "", "The version");

@@ -80,7 +80,8 @@ class Resident {
                       std::string(resources::blockPage()), VELMORA_HOME_DOMAIN}),
         diagnostics_(catalog_, desktop_, link_, local::programFolder() + "/velmora-browser-host"),
         state_(app_, catalog_, link_, VELMORA_VERSION),
-        commands_({app_, catalog_, *preferences_, state_, diagnostics_, [this] { quitSoon(); }}),
+        commands_({app_, catalog_, *preferences_, state_, diagnostics_, [this] { quitSoon(); },
+                   local::installBrowserLink}),
         control_(listeners_, loop_, log_, commands_, state_),
         window_(loop_, log_, {local::programFolder() + "/velmora-window"}),
         activation_(loop_, [this] { app_.lifecycle.applicationShouldHandleReopen(); }),
@@ -101,7 +102,9 @@ class Resident {
 
  private:
   void quitSoon() {
-    quit_ = loop_.after(kQuitDelay, [this] { end(); });
+    quit_ = loop_.after(kQuitDelay, [this] {
+      if (!app_.lifecycle.isLocked()) end();
+    });
   }
   // The desktop, the system or a signal: never refused.
   void end() {
