@@ -88,15 +88,18 @@ TEST_F(InstalledDesktopFilesTest, IconsAreTakenFromTheThemeThenItsParentsThenLoo
 
 TEST_F(InstalledDesktopFilesTest, AnApplicationGoesByItsWindowsAndItsProgram) {
   EXPECT_EQ(catalog.canonicalID("XTerm"), "XTerm");
-  add("usr/applications/debian-xterm", "StartupWMClass=XTerm\nExec=\"/usr/bin/xt\" -e foo\n");
+  add("usr/applications/debian-xterm", "StartupWMClass=XTerm\nExec=\"/usr/bin/xt\" %F\n");
   add("own/applications/cheat", "StartupWMClass=XTerm\nExec=env A=1 xt\n");
   add("usr/applications/office-a", "Exec=office -a\n");
   add("usr/applications/office-b", "Exec=office -b\n");
+  add("usr/applications/edit", "Exec=edit %U\n");
+  add("usr/applications/edit-settings", "Exec=edit --settings\n");
   add("usr/applications/script", "Exec=python3 /usr/share/script.py\n");
   for (const char* name : {"XTerm", "xt", "Debian-XTerm"}) {
     EXPECT_EQ(catalog.canonicalID(name), "debian-xterm") << name;
   }
   EXPECT_EQ(catalog.ofProgram("xt"), "debian-xterm");
+  EXPECT_EQ(catalog.ofProgram("edit"), "edit");
   for (const char* program : {"office", "python3", "debian-xterm"}) {
     EXPECT_EQ(catalog.ofProgram(program), std::nullopt) << program;
   }

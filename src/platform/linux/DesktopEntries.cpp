@@ -92,15 +92,18 @@ std::vector<std::string> wordsOf(std::string_view command) {
   return words;
 }
 
-std::string programOf(std::string_view command) {
-  for (const auto& word : wordsOf(command)) {
-    const std::string_view program = baseName(word);
-    if (program == "env" || word.find('=') != std::string::npos) continue;
-    const bool isLauncher = std::ranges::find(kLaunchers, program) != kLaunchers.end() ||
-                            program.starts_with("python");
-    return isLauncher ? std::string() : std::string(program);
-  }
-  return {};
+void readCommand(std::string_view command, DesktopEntry& entry) {
+  auto words = wordsOf(command);
+  const auto isProgram = [](const std::string& word) {
+    return baseName(word) != "env" && word.find('=') == std::string::npos;
+  };
+  const auto program = std::ranges::find_if(words, isProgram);
+  if (program == words.end()) return;
+  const std::string_view name = baseName(*program);
+  if (std::ranges::find(kLaunchers, name) != kLaunchers.end() || name.starts_with("python")) return;
+  entry.program = name;
+  entry.isPlainStart =
+      std::all_of(program + 1, words.end(), [](const auto& word) { return word.starts_with('%'); });
 }
 
 }  // namespace
@@ -214,7 +217,7 @@ std::optional<DesktopEntry> DesktopEntries::entryOf(const KeyFile& file) const {
   if (!text::isValidUtf8(entry.name)) return std::nullopt;
   entry.icon = unescaped(value("Icon"));
   entry.windowClass = unescaped(value("StartupWMClass"));
-  entry.program = programOf(unescaped(value("Exec")));
+  readCommand(unescaped(value("Exec")), entry);
   entry.isForPeople = !isHidden && isForPeople(file);
   return entry;
 }
@@ -248,15 +251,19 @@ void DesktopEntries::index(const Found& found) const {
   stamps_ = found.folders;
   names_.clear();
   programs_.clear();
-  std::unordered_map<std::string, size_t> claimedIn;  // which folder's claim a program has
+  std::unordered_map<std::string, std::pair<size_t, bool>> claims;  // the best so far
   for (const auto& entry : found.entries | std::views::reverse) {
     names_.emplace(text::lowercased(entry.id), entry.id);
     if (!entry.isForPeople || entry.program.empty()) continue;
     const std::string program = text::lowercased(entry.program);
-    const size_t folder = claimedIn.emplace(program, entry.folder).first->second;
-    const auto [known, isFirst] = programs_.emplace(program, entry.id);
-    // Several in one folder: the program does not tell which of them runs.
-    if (!isFirst && folder == entry.folder) known->second.clear();
+    const std::pair claim{entry.folder, entry.isPlainStart};
+    const auto [best, isFirst] = claims.emplace(program, claim);
+    if (isFirst || best->second < claim) {
+      best->second = claim;
+      programs_[program] = entry.id;
+    } else if (best->second == claim && programs_[program] != entry.id) {
+      programs_[program].clear();  // it does not tell which of them runs
+    }
   }
   for (const auto& entry : found.entries | std::views::reverse) {
     if (!entry.windowClass.empty()) names_.emplace(text::lowercased(entry.windowClass), entry.id);

@@ -22,6 +22,7 @@ struct DesktopEntry {
   std::string icon;  // the name of an icon or the path of an image
   std::string windowClass;  // StartupWMClass
   std::string program;      // base name of what it starts; empty behind a launcher or interpreter
+  bool isPlainStart = false;  // it starts that program with nothing but what to open
   bool isForPeople = false;  // a menu of this user's desktop would show it
   size_t folder = 0;         // its place among the data folders
 };
@@ -49,7 +50,8 @@ class DesktopEntries {
   // The identity of the application that has this file name, window class or program; letter case
   // is ignored. Quick, unless a folder has changed since it was last read.
   std::optional<std::string> named(std::string_view name) const;
-  // The identity of the application for people that starts this program, if there is but one.
+  // The identity of the application for people that starts this program; of several the one that
+  // does no more than that, and nothing when there is no such one.
   std::optional<std::string> startedBy(std::string_view program) const;
 
  private:
