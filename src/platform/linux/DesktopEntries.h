@@ -47,6 +47,9 @@ class DesktopEntries {
   // stands alone. Damaged files, and those that are no applications, are left out.
   std::vector<DesktopEntry> read() const;
 
+  // What one file tells, whatever its place; nothing when it is damaged or no application.
+  std::optional<DesktopEntry> entryOf(const KeyFile& file) const;
+
   // The identity of the application that has this file name, window class or program; letter case
   // is ignored. Quick, unless a folder has changed since it was last read.
   std::optional<std::string> named(std::string_view name) const;
@@ -67,7 +70,6 @@ class DesktopEntries {
   Found readAll() const;
   void readFolder(size_t place, const std::string& folder, const std::string& prefix,
                   Found& into) const;
-  std::optional<DesktopEntry> entryOf(const KeyFile& file) const;
   bool isForPeople(const KeyFile& file) const;
   void refresh() const;
   void index(const Found& found) const;

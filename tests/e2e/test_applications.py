@@ -1,0 +1,91 @@
+"""Which applications a session closes, and how: real programs with real windows."""
+
+import os
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from bench import HOLD, HOME, eventually
+from browsers import Chromium, Web
+from stage import Screen, Velmora
+
+XTERM = ["xterm", "-e", "sleep", "600"]
+
+
+class Applications(unittest.TestCase):
+    """One display and one program for all; each test begins without a session and without lists."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.screen = Screen()
+        cls.addClassCleanup(cls.screen.close)
+
+    def setUp(self):
+        self.velmora = Velmora(self.screen.display).start()
+        self.addCleanup(self.velmora.close)
+        self.velmora.tell("mode", "soft")
+
+    def launch(self, *words):
+        """A program with a window in sight."""
+        program = subprocess.Popen(words, env=self.velmora.environment(), stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(program.wait)
+        self.addCleanup(program.kill)
+        self.assertTrue(eventually(lambda: self.windows_of(program) or program.poll() is not None, 10), words)
+        return program
+
+    def windows_of(self, program):
+        return [w[0] for w in self.screen.windows() if w[1] == program.pid]
+
+    def assertKilled(self, *programs):
+        for program in programs:
+            eventually(lambda: program.poll() is not None)
+            self.assertEqual(program.returncode, -signal.SIGKILL)
+
+    def assertSpared(self, *programs):
+        eventually(lambda: any(p.poll() is not None for p in programs), HOLD, 0.05)
+        self.assertEqual([p.poll() for p in programs], [None] * len(programs))
+
+    def test_a_listed_application_is_closed_at_the_start_and_at_each_launch(self):
+        self.velmora.tell("apps", "add", "xterm")
+        terminal, editor = self.launch(*XTERM), self.launch("mousepad")
+        self.velmora.tell("start")
+        self.assertKilled(terminal, self.launch(*XTERM, "-class", "Mousepad"))
+        self.velmora.tell("pause")
+        other = self.launch(*XTERM)
+        self.assertSpared(other, editor)
+        self.velmora.tell("apps", "add", "org.xfce.mousepad")
+        self.velmora.tell("start")
+        self.assertKilled(other, editor)
+
+    def test_brak_mode_closes_all_but_the_tools_and_what_keeps_the_desktop_usable(self):
+        # The file manager is whatever program is called so.
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        file_manager = os.path.join(folder, "thunar")
+        with open("/usr/bin/xterm", "rb") as source, open(file_manager, "wb") as copy:
+            copy.write(source.read())
+        os.chmod(file_manager, 0o755)
+        spared = [self.launch("mousepad"), self.launch(file_manager, *XTERM[1:])]
+        notice = subprocess.Popen(["trayer"], env=self.velmora.environment(), stderr=subprocess.DEVNULL)
+        self.addCleanup(notice.wait)
+        self.addCleanup(notice.kill)
+        terminal = self.launch(*XTERM)
+        self.velmora.tell("presets", "add", "Writing")
+        self.velmora.tell("presets", "allow-app", "Writing", "mousepad")
+        self.velmora.tell("mode", "brak")
+        self.velmora.tell("focus", "Writing")
+        self.assertKilled(terminal, self.launch(*XTERM))
+        self.assertSpared(notice, *spared)
+
+    def test_a_browser_is_asked_to_quit_and_gets_to_save_its_tabs(self):
+        web = Web()
+        self.addCleanup(web.close)
+        browser = Chromium(self.screen, web, home=self.velmora.home)
+        self.addCleanup(browser.quit)
+        browser.start(HOME)
+        self.screen.window(browser.process.pid)
+        self.velmora.tell("apps", "add", "chromium")
+        self.velmora.tell("start")
+        self.assertTrue(eventually(lambda: browser.process.poll() is not None))
+        self.assertEqual(browser.process.returncode, 0)
