@@ -10,9 +10,11 @@ of it, to the moment at which the process is gone, as its parent hears of it.
 import os
 import subprocess
 import sys
+import threading
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "tools", "stage"))
+from browsers import eventually
 from stage import Screen, Velmora, leave_network
 
 
@@ -30,14 +32,19 @@ class Witness:
     """Another client of the server, which is told of each window of the root that is mapped."""
 
     def __init__(self, screen):
-        self.process = subprocess.Popen(["xev", "-root", "-event", "substructure"], env=screen.environment,
-                                        stdout=subprocess.PIPE, text=True, bufsize=1)
-        time.sleep(0.3)
+        self.maps = []
+        self.process = subprocess.Popen(["stdbuf", "-oL", "xev", "-root", "-event", "substructure"],
+                                        env=screen.environment, stdout=subprocess.PIPE, text=True)
+        threading.Thread(target=self.listen, daemon=True).start()
+        time.sleep(0.5)  # until it listens
 
-    def next_map(self):
+    def listen(self):
         for line in self.process.stdout:
             if line.startswith("MapNotify"):
-                return time.monotonic()
+                self.maps.append(time.monotonic())
+
+    def first_map(self, since):
+        return eventually(lambda: next((at for at in self.maps if at >= since), None), 10, 0.001)
 
     def close(self):
         self.process.kill()
@@ -58,13 +65,12 @@ def main():
         for _ in range(runs):
             begun = time.monotonic()
             program = subprocess.Popen(["xterm"], env=screen.environment, stderr=subprocess.DEVNULL)
-            mapped = witness.next_map()
-            program.wait(10)
-            to_end.append(time.monotonic() - mapped)
+            program.wait(20)
+            ended = time.monotonic()
+            mapped = witness.first_map(begun)
+            to_end.append(ended - mapped)
             to_window.append(mapped - begun)
             time.sleep(0.2)  # the window manager has come to rest
-            # What was mapped meanwhile belongs to the window that is gone.
-            drain(witness)
         print("%d runs of xterm" % runs)
         print("window to end:    " + words(to_end))
         print("launch to window: " + words(to_window))
@@ -72,13 +78,6 @@ def main():
         witness.close()
         velmora.close()
         screen.close()
-
-
-def drain(witness):
-    os.set_blocking(witness.process.stdout.fileno(), False)
-    while witness.process.stdout.read():
-        pass
-    os.set_blocking(witness.process.stdout.fileno(), True)
 
 
 if __name__ == "__main__":

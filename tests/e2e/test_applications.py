@@ -1,5 +1,6 @@
 """Which applications a session closes, and how: real programs with real windows."""
 
+import json
 import os
 import signal
 import subprocess
@@ -81,11 +82,15 @@ class Applications(unittest.TestCase):
     def test_a_browser_is_asked_to_quit_and_gets_to_save_its_tabs(self):
         web = Web()
         self.addCleanup(web.close)
-        browser = Chromium(self.screen, web, home=self.velmora.home)
+        self.velmora.tell("install-browser-link")
+        browser = Chromium(self.screen, web, home=self.velmora.home).start(HOME)
         self.addCleanup(browser.quit)
-        browser.start(HOME)
         self.screen.window(browser.process.pid)
+        browser.open_window(HOME + "second")
+        self.assertTrue(eventually(lambda: len(self.windows_of(browser.process)) == 2))
         self.velmora.tell("apps", "add", "chromium")
         self.velmora.tell("start")
         self.assertTrue(eventually(lambda: browser.process.poll() is not None))
         self.assertEqual(browser.process.returncode, 0)
+        with open(browser.profile + "/Default/Preferences") as preferences:
+            self.assertEqual(json.load(preferences)["profile"]["exit_type"], "Normal")
