@@ -1,10 +1,9 @@
 """Which applications a session closes, and how: real programs with real windows."""
 
 import json
-import os
+import shutil
 import signal
 import subprocess
-import tempfile
 import unittest
 
 from bench import HOLD, HOME, eventually
@@ -61,23 +60,15 @@ class Applications(unittest.TestCase):
         self.assertKilled(other, editor)
 
     def test_brak_mode_closes_all_but_the_tools_and_what_keeps_the_desktop_usable(self):
-        # The file manager is whatever program is called so.
-        folder = self.enterContext(tempfile.TemporaryDirectory())
-        file_manager = os.path.join(folder, "thunar")
-        with open("/usr/bin/xterm", "rb") as source, open(file_manager, "wb") as copy:
-            copy.write(source.read())
-        os.chmod(file_manager, 0o755)
-        spared = [self.launch("mousepad"), self.launch(file_manager, *XTERM[1:])]
-        notice = subprocess.Popen(["trayer"], env=self.velmora.environment(), stderr=subprocess.DEVNULL)
-        self.addCleanup(notice.wait)
-        self.addCleanup(notice.kill)
+        file_manager = shutil.copy("/usr/bin/xterm", self.velmora.home.path + "/thunar")
+        spared = [self.launch("mousepad"), self.launch(file_manager, *XTERM[1:]), self.launch("trayer")]
         terminal = self.launch(*XTERM)
         self.velmora.tell("presets", "add", "Writing")
         self.velmora.tell("presets", "allow-app", "Writing", "mousepad")
         self.velmora.tell("mode", "brak")
         self.velmora.tell("focus", "Writing")
         self.assertKilled(terminal, self.launch(*XTERM))
-        self.assertSpared(notice, *spared)
+        self.assertSpared(*spared)
 
     def test_a_browser_is_asked_to_quit_and_gets_to_save_its_tabs(self):
         web = Web()
