@@ -10,12 +10,8 @@ from bench import HOLD, HOME, eventually
 from browsers import Chromium, Web
 from stage import Screen, Velmora
 
-XTERM = ["xterm", "-e", "sleep", "600"]
-
 
 class Applications(unittest.TestCase):
-    """One display and one program for all; each test begins without a session and without lists."""
-
     @classmethod
     def setUpClass(cls):
         cls.screen = Screen()
@@ -39,9 +35,8 @@ class Applications(unittest.TestCase):
         return [w[0] for w in self.screen.windows() if w[1] == program.pid]
 
     def assertKilled(self, *programs):
-        for program in programs:
-            eventually(lambda: program.poll() is not None)
-            self.assertEqual(program.returncode, -signal.SIGKILL)
+        eventually(lambda: all(p.poll() is not None for p in programs))
+        self.assertEqual([p.poll() for p in programs], [-signal.SIGKILL] * len(programs))
 
     def assertSpared(self, *programs):
         eventually(lambda: any(p.poll() is not None for p in programs), HOLD, 0.05)
@@ -49,25 +44,22 @@ class Applications(unittest.TestCase):
 
     def test_a_listed_application_is_closed_at_the_start_and_at_each_launch(self):
         self.velmora.tell("apps", "add", "xterm")
-        terminal, editor = self.launch(*XTERM), self.launch("mousepad")
+        terminal, editor = self.launch("xterm"), self.launch("mousepad")
         self.velmora.tell("start")
-        self.assertKilled(terminal, self.launch(*XTERM, "-class", "Mousepad"))
-        self.velmora.tell("pause")
-        other = self.launch(*XTERM)
-        self.assertSpared(other, editor)
+        self.assertKilled(terminal, self.launch("xterm", "-class", "Mousepad"))
+        self.assertSpared(editor)
         self.velmora.tell("apps", "add", "org.xfce.mousepad")
-        self.velmora.tell("start")
-        self.assertKilled(other, editor)
+        self.assertKilled(editor)
 
     def test_brak_mode_closes_all_but_the_tools_and_what_keeps_the_desktop_usable(self):
         file_manager = shutil.copy("/usr/bin/xterm", self.velmora.home.path + "/thunar")
-        spared = [self.launch("mousepad"), self.launch(file_manager, *XTERM[1:]), self.launch("trayer")]
-        terminal = self.launch(*XTERM)
+        spared = [self.launch("mousepad"), self.launch(file_manager), self.launch("trayer")]
+        terminal = self.launch("xterm")
         self.velmora.tell("presets", "add", "Writing")
         self.velmora.tell("presets", "allow-app", "Writing", "mousepad")
         self.velmora.tell("mode", "brak")
         self.velmora.tell("focus", "Writing")
-        self.assertKilled(terminal, self.launch(*XTERM))
+        self.assertKilled(terminal, self.launch("xterm"))
         self.assertSpared(*spared)
 
     def test_a_browser_is_asked_to_quit_and_gets_to_save_its_tabs(self):
