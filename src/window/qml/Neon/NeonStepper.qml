@@ -1,0 +1,67 @@
+import QtQuick
+import QtQuick.Templates as T
+import Velmora
+
+// A whole number between two buttons. `text` is its accessible name. The value can be typed, and
+// goes with the arrow keys; `unit` stands behind it ("min"), `zeroText` instead of 0.
+T.SpinBox {
+    id: control
+
+    property string text: ""
+    property string unit: ""
+    property string zeroText: ""
+
+    implicitWidth: 132
+    implicitHeight: NeonTheme.controlHeight
+    editable: true
+    opacity: enabled ? 1 : 0.4
+    focusPolicy: Qt.StrongFocus
+    Accessible.name: text
+    leftPadding: 34
+    rightPadding: 34
+    validator: IntValidator {
+        bottom: Math.min(control.from, control.to)
+        top: Math.max(control.from, control.to)
+    }
+    textFromValue: function(value) {
+        return value === 0 && zeroText ? zeroText : unit ? value + " " + unit : String(value)
+    }
+    valueFromText: function(text) {
+        const number = parseInt(text)
+        return isNaN(number) ? (zeroText && text === zeroText ? 0 : value) : number
+    }
+
+    contentItem: TextInput {
+        text: control.displayText
+        color: NeonTheme.ink
+        selectionColor: NeonTheme.deep
+        selectedTextColor: NeonTheme.hot
+        font { family: NeonTheme.family; pixelSize: 14; weight: Font.Medium }
+        horizontalAlignment: Qt.AlignHCenter
+        verticalAlignment: Qt.AlignVCenter
+        readOnly: !control.editable
+        selectByMouse: true
+        inputMethodHints: Qt.ImhDigitsOnly
+        Accessible.name: control.text
+        onActiveFocusChanged: if (activeFocus) selectAll()
+    }
+    down.indicator: NeonStepperEnd {
+        symbol: "minus"
+        active: control.down.hovered
+        pushed: control.down.pressed
+        enabled: control.value > control.from
+    }
+    up.indicator: NeonStepperEnd {
+        x: control.width - width
+        symbol: "plus"
+        active: control.up.hovered
+        pushed: control.up.pressed
+        enabled: control.value < control.to
+    }
+    background: Rectangle {
+        radius: NeonTheme.radiusSmall
+        color: NeonTheme.sunken
+        border { width: 1; color: control.hovered ? NeonTheme.lineStrong : NeonTheme.line }
+        NeonFocusRing { visible: control.activeFocus }
+    }
+}
