@@ -16,14 +16,17 @@ Item {
     Accessible.role: Accessible.StaticText
     Accessible.name: text
 
-    FontMetrics {
-        id: metrics
-        font: sample.font
-    }
     Text {
         id: sample
         visible: false
+        text: "0"
         font { family: NeonTheme.family; pixelSize: clock.size; weight: clock.weight }
+    }
+    Text {
+        id: colon
+        visible: false
+        text: ":"
+        font: sample.font
     }
     Row {
         id: row
@@ -34,10 +37,11 @@ Item {
                 readonly property bool figure: text !== ":"
 
                 text: clock.text[index] ?? ""
-                width: figure ? Math.ceil(metrics.advanceWidth("0") * 0.985) : Math.ceil(metrics.advanceWidth(":"))
+                width: Math.ceil(figure ? sample.implicitWidth * 0.97 : colon.implicitWidth)
                 horizontalAlignment: Text.AlignHCenter
-                // The colon stands at the middle of the figures.
-                topPadding: 0
+                // The colon is lifted to the middle of the figures.
+                bottomPadding: figure ? 0 : clock.size * 0.14
+                anchors.bottom: parent.bottom
                 font: sample.font
                 color: clock.color
                 textFormat: Text.PlainText

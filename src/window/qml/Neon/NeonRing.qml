@@ -69,11 +69,11 @@ Item {
             // Glass, dark where the words stand.
             const glass = context.createRadialGradient(c, c, 0, c, c, R)
             for (const [at, color] of [[0, "#07040c"], [0.46, "#08040e"], [0.66, "#0c0615"],
-                                       [0.8, "#120920"], [0.9, "#1e0e33"], [0.955, "#381b5a"],
-                                       [0.99, "#7d3dc0"], [1, "#6a33a5"]])
+                                       [0.8, "#120920"], [0.93, "#1c0d30"], [0.968, "#321852"],
+                                       [0.992, "#7438b4"], [1, "#5f2d96"]])
                 glass.addColorStop(at, color)
             fill(R, glass)
-            fill(R, pen.falloff(context, c, R - 7 * K, R, NeonTheme.rim, u => 0.3 * u * u * u))
+            fill(R, pen.falloff(context, c, R - 5 * K, R, NeonTheme.rim, u => 0.26 * u * u * u))
 
             // The groove, with a lit lower lip.
             context.lineWidth = 15 * K
@@ -116,8 +116,8 @@ Item {
         anchors.fill: parent
         anchors.margins: -ring.reach / 2
         renderStrategy: Canvas.Immediate
-        opacity: bright ? 1 : 0.55
         onStepChanged: requestPaint()
+        onBrightChanged: requestPaint()
 
         onPaint: {
             const context = getContext("2d")
@@ -125,13 +125,6 @@ Item {
             const c = width / 2, K = ring.width / 384, RT = ring.width / 2 - 20 * K
             const head = pen.top + share * pen.full
             const hx = c + Math.cos(head) * RT, hy = c + Math.sin(head) * RT
-            const along = (from, to) => {
-                const paint = context.createConicalGradient(c, c, pen.top)
-                paint.addColorStop(0, from)
-                paint.addColorStop(Math.max(0.001, share), to)
-                paint.addColorStop(1, share > 0.97 ? to : from)
-                return paint
-            }
             const stroke = (width, paint) => {
                 context.lineWidth = width
                 context.strokeStyle = paint
@@ -143,12 +136,15 @@ Item {
             if (share > 0) {
                 // Light around the tube, in rings that thin out; then the tube and its hot thread.
                 for (let i = 9; i >= 1; i--)
-                    stroke((11 + i * 4.4) * K, pen.rgba(NeonTheme.glow, 0.026))
-                stroke(11 * K, pen.rgba(NeonTheme.deep, 1))
-                stroke(9 * K, pen.rgba(NeonTheme.edge, 0.75))
-                stroke(5.5 * K, pen.rgba(NeonTheme.core, 0.8))
-                stroke(2.2 * K, pen.rgba(NeonTheme.hot, 0.75))
+                    stroke((11 + i * 4.4) * K, pen.rgba(NeonTheme.glow, bright ? 0.026 : 0.01))
+                stroke(11 * K, pen.rgba(NeonTheme.deep, bright ? 1 : 0.5))
+                if (bright) {
+                    stroke(9 * K, pen.rgba(NeonTheme.edge, 0.75))
+                    stroke(5.5 * K, pen.rgba(NeonTheme.core, 0.8))
+                    stroke(2.2 * K, pen.rgba(NeonTheme.hot, 0.75))
+                }
             }
+            context.globalAlpha = bright ? 1 : 0.6
             const halo = context.createRadialGradient(hx, hy, 0, hx, hy, 22 * K)
             for (let i = 0; i <= 8; i++)
                 halo.addColorStop(i / 8, pen.rgba(NeonTheme.rim, 0.5 * Math.pow(1 - i / 8, 2.6)))

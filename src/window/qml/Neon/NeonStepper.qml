@@ -3,13 +3,41 @@ import QtQuick.Templates as T
 import Velmora
 
 // A whole number between two buttons. `text` is its accessible name. The value can be typed, and
-// goes with the arrow keys; `unit` stands behind it ("min"), `zeroText` instead of 0.
+// goes with the arrow keys; `unit` stands behind it ("min"), `zeroText` instead of 0. It shows
+// `number`, which somebody else decides: it asks once the user pauses, and takes back what was refused.
 T.SpinBox {
     id: control
 
     property string text: ""
     property string unit: ""
     property string zeroText: ""
+    property int number: 0
+
+    signal asked(int number)
+
+    // As if the user had chosen it.
+    function propose(number: int) {
+        value = number
+        wish.restart()
+    }
+
+    onNumberChanged: if (!wish.running) value = number
+    onValueModified: wish.restart()
+    Component.onCompleted: value = number
+
+    Timer {
+        id: wish
+        interval: 350
+        onTriggered: {
+            if (control.value !== control.number) control.asked(control.value)
+            refusal.restart()
+        }
+    }
+    Timer {
+        id: refusal
+        interval: 1500
+        onTriggered: if (!wish.running) control.value = control.number
+    }
 
     implicitWidth: 132
     implicitHeight: NeonTheme.controlHeight

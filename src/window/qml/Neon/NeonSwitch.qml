@@ -2,20 +2,27 @@ import QtQuick
 import QtQuick.Templates as T
 import Velmora
 
-// On or off. `text` is its accessible name; what it says stands beside it. A switch that asks the
-// program first shows what the program says: bind `checked` anew in `onToggled`, see `settle`.
+// On or off. `text` is its accessible name. It shows `on`, which somebody else decides: pressing it
+// only asks, and a wish that is refused leaves it as it was.
 T.Switch {
     id: control
 
-    // Takes the position that holds, where the wish was refused.
-    function settle(value: bool) { checked = value }
+    property bool on: false
+
+    signal asked(bool on)
 
     implicitWidth: 42
     implicitHeight: 24
     opacity: enabled ? 1 : 0.4
     focusPolicy: Qt.StrongFocus
     Accessible.name: text
+    checked: on
     Keys.onReturnPressed: { toggle(); toggled() }
+    onToggled: {
+        const wish = checked
+        checked = Qt.binding(() => on)
+        asked(wish)
+    }
 
     indicator: Item {
         width: control.width

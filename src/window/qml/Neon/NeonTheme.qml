@@ -42,12 +42,12 @@ QtObject {
     readonly property string family: "Inter"
     readonly property var type: ({
         display: { size: 64, weight: Font.Light, tracking: -1.5, line: 1.0, caps: false },
-        headline: { size: 26, weight: Font.DemiBold, tracking: -0.5, line: 1.2, caps: false },
-        title: { size: 18, weight: Font.DemiBold, tracking: -0.2, line: 1.25, caps: false },
-        strong: { size: 14, weight: Font.DemiBold, tracking: 0, line: 1.35, caps: false },
-        body: { size: 14, weight: Font.Normal, tracking: 0, line: 1.4, caps: false },
-        small: { size: 12, weight: Font.Normal, tracking: 0.1, line: 1.4, caps: false },
-        caps: { size: 11, weight: Font.DemiBold, tracking: 1.6, line: 1.3, caps: true }
+        headline: { size: 26, weight: Font.DemiBold, tracking: -0.5, line: 1.05, caps: false },
+        title: { size: 18, weight: Font.DemiBold, tracking: -0.2, line: 1.1, caps: false },
+        strong: { size: 14, weight: Font.DemiBold, tracking: 0, line: 1.15, caps: false },
+        body: { size: 14, weight: Font.Normal, tracking: 0, line: 1.18, caps: false },
+        small: { size: 12, weight: Font.Normal, tracking: 0.1, line: 1.18, caps: false },
+        caps: { size: 11, weight: Font.DemiBold, tracking: 1.6, line: 1.1, caps: true }
     })
 
     // Spacing goes by fours: 4 within a thing, 8 between its parts, 16 inside a card, 24 between.

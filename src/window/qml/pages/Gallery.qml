@@ -83,11 +83,11 @@ Item {
                         label: "Switches"
                         Row {
                             spacing: 22
-                            NeonSwitch { text: "On"; checked: true }
+                            NeonSwitch { text: "On"; on: true }
                             NeonSwitch { text: "Off" }
-                            NeonSwitch { text: "On, disabled"; checked: true; enabled: false }
+                            NeonSwitch { text: "On, disabled"; on: true; enabled: false }
                             NeonSwitch { text: "Off, disabled"; enabled: false }
-                            NeonSwitch { id: focused; text: "Focused"; checked: true }
+                            NeonSwitch { id: focused; text: "Focused"; on: true }
                         }
                     }
                     Labelled {
@@ -99,9 +99,9 @@ Item {
                         }
                         Row {
                             spacing: 14
-                            NeonStepper { text: "Minutes"; from: 1; to: 120; value: 25; unit: "min" }
-                            NeonStepper { text: "Limit"; from: 0; to: 16; value: 0; zeroText: "No limit" }
-                            NeonStepper { text: "Disabled"; value: 4; enabled: false }
+                            NeonStepper { text: "Minutes"; from: 1; to: 120; number: 25; unit: "min" }
+                            NeonStepper { text: "Limit"; from: 0; to: 16; number: 0; zeroText: "No limit" }
+                            NeonStepper { text: "Disabled"; number: 4; enabled: false }
                         }
                     }
                     Labelled {
@@ -187,7 +187,7 @@ Item {
                                     width: parent.width
                                     title: "reddit.com"
                                     symbol: "globe"
-                                    NeonSwitch { text: "Block reddit.com"; checked: true }
+                                    NeonSwitch { text: "Block reddit.com"; on: true }
                                 }
                                 NeonListRow {
                                     width: parent.width

@@ -1,0 +1,225 @@
+import QtQuick
+import QtQuick.Layouts
+import Velmora
+
+// Everything about one preset. Each change is made at once.
+NeonDialog {
+    id: editor
+
+    required property var shell
+    property string key: ""
+    readonly property var preset: (Velmora.state.presets ?? []).find(p => p.id === key) ?? null
+    readonly property int place: (Velmora.state.presets ?? []).findIndex(p => p.id === key)
+    property bool sure: false
+
+    function show(id: string) {
+        key = id
+        sure = false
+        open()
+    }
+    function change(verb: string, words: var) { shell.ask("presets", [verb, key].concat(words ?? [])) }
+    function shift(by: int) {
+        const other = Velmora.state.presets[place + by]
+        if (other) change("move", [other.id])
+    }
+
+    implicitWidth: 600
+    onPresetChanged: if (!preset) close()
+
+    RowLayout {
+        Layout.topMargin: -20
+        spacing: 14
+        NeonIcon {
+            name: editor.preset?.iconName ?? "scope"
+            size: 26
+            color: Qt.lighter(NeonTheme.fromHex(editor.preset?.colorHex ?? 0x8c5cff), 1.25)
+        }
+        NeonText { Layout.fillWidth: true; level: "title"; text: editor.preset?.name ?? "" }
+        NeonIconButton {
+            symbol: "up"
+            text: "Move up"
+            enabled: editor.place > 0
+            onClicked: editor.shift(-1)
+        }
+        NeonIconButton {
+            symbol: "down"
+            text: "Move down"
+            enabled: editor.place + 1 < (Velmora.state.presets ?? []).length
+            onClicked: editor.shift(1)
+        }
+    }
+    RowLayout {
+        spacing: 12
+        NeonField {
+            Layout.preferredWidth: 220
+            focus: true
+            label: "Name"
+            text: editor.preset?.name ?? ""
+            onEditingFinished: {
+                const name = text.trim()
+                if (name !== "" && name !== editor.preset?.name) editor.change("rename", [name])
+                text = Qt.binding(() => editor.preset?.name ?? "")
+            }
+        }
+        NeonField {
+            Layout.fillWidth: true
+            label: "Note"
+            text: editor.preset?.note ?? ""
+            onEditingFinished: {
+                if (editor.preset && text !== editor.preset.note) editor.change("note", [text])
+                text = Qt.binding(() => editor.preset?.note ?? "")
+            }
+        }
+    }
+    RowLayout {
+        spacing: 6
+        Repeater {
+            model: [0x8c5cff, 0xa855f7, 0x7c3aed, 0xd946ef, 0x6366f1, 0x38bdf8, 0x34d399, 0xf59e0b]
+            NeonSwatch {
+                required property int modelData
+                required property int index
+                value: modelData
+                text: "Colour " + (index + 1)
+                chosen: editor.preset?.colorHex === modelData
+                onClicked: editor.change("color", [modelData.toString(16).padStart(6, "0")])
+            }
+        }
+        Item { Layout.fillWidth: true }
+        Repeater {
+            model: ["scope", "brain.head.profile", "video.fill", "pencil.and.outline", "camera",
+                    "music.note", "newspaper", "person.2"]
+            NeonIconButton {
+                required property string modelData
+                required property int index
+                readonly property bool chosen: editor.preset?.iconName === modelData
+                symbol: modelData
+                size: 30
+                iconSize: 16
+                text: "Symbol " + (index + 1)
+                hint: ""
+                bordered: chosen
+                ink: chosen ? NeonTheme.violet : NeonTheme.quiet
+                onClicked: editor.change("icon", [modelData])
+            }
+        }
+    }
+    RowLayout {
+        Layout.fillHeight: true
+        spacing: 16
+
+        NeonCard {
+            Layout.fillWidth: true
+            Layout.preferredWidth: 1
+            Layout.preferredHeight: 240
+            Layout.fillHeight: true
+            padding: 8
+            spacing: 4
+
+            NeonText { leftPadding: 8; topPadding: 8; level: "caps"; text: "Allowed sites" }
+            NeonField {
+                width: parent.width
+                label: "Add a site"
+                symbol: "plus"
+                onAccepted: {
+                    if (text.trim() === "") return
+                    editor.change("allow-site", [text.trim()])
+                    clear()
+                }
+            }
+            NeonScroll {
+                width: parent.width
+                height: 150
+                Column {
+                    width: parent.width
+                    Repeater {
+                        model: KeyedModel { id: sites; records: editor.preset?.allowedSites ?? [] }
+                        NeonListRow {
+                            required property string key
+                            width: parent.width
+                            implicitHeight: 38
+                            symbol: "globe"
+                            title: sites.byKey[key]?.domain ?? ""
+                            NeonIconButton {
+                                symbol: "close"
+                                size: 28
+                                iconSize: 14
+                                text: "Remove " + parent.parent.parent.title
+                                hint: "Remove"
+                                onClicked: editor.change("disallow-site", [sites.byKey[key].domain])
+                            }
+                        }
+                    }
+                }
+            }
+        }
+        NeonCard {
+            Layout.fillWidth: true
+            Layout.preferredWidth: 1
+            Layout.preferredHeight: 240
+            Layout.fillHeight: true
+            padding: 8
+            spacing: 4
+
+            NeonText { leftPadding: 8; topPadding: 8; level: "caps"; text: "Allowed apps" }
+            NeonButton {
+                width: parent.width
+                text: "Add an app"
+                symbol: "plus"
+                onClicked: picker.open()
+            }
+            NeonScroll {
+                width: parent.width
+                height: 150
+                Column {
+                    width: parent.width
+                    Repeater {
+                        model: KeyedModel {
+                            id: apps
+                            records: editor.preset?.allowedApps ?? []
+                            keyName: "bundleID"
+                        }
+                        NeonListRow {
+                            id: app
+                            required property string key
+                            width: parent.width
+                            implicitHeight: 38
+                            symbol: "app"
+                            title: apps.byKey[key]?.name ?? ""
+                            NeonIconButton {
+                                symbol: "close"
+                                size: 28
+                                iconSize: 14
+                                text: "Remove " + app.title
+                                hint: "Remove"
+                                onClicked: editor.change("disallow-app", [app.key])
+                            }
+                        }
+                    }
+                }
+            }
+        }
+    }
+    AppPicker {
+        id: picker
+        shell: editor.shell
+        title: "Add an app to " + (editor.preset?.name ?? "")
+        listed: (editor.preset?.allowedApps ?? []).map(a => a.bundleID)
+        onChosen: app => editor.change("allow-app", [app.id, app.name])
+    }
+
+    actions: [
+        NeonButton {
+            text: "Duplicate"
+            symbol: "copy"
+            onClicked: { editor.change("duplicate"); editor.close() }
+        },
+        NeonButton {
+            text: editor.sure ? "Delete for good" : "Delete"
+            symbol: "trash"
+            kind: NeonButton.Danger
+            onClicked: if (editor.sure) editor.change("remove"); else editor.sure = true
+        },
+        Item { Layout.fillWidth: true },
+        NeonButton { text: "Done"; kind: NeonButton.Primary; onClicked: editor.close() }
+    ]
+}
