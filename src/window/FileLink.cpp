@@ -21,7 +21,8 @@ void FileLink::run(const QString& command, const QStringList& arguments,
   const QByteArray line = (QStringList(command) + arguments).join(' ').toUtf8();
   std::fprintf(stderr, "%s\n", line.constData());
   if (!answered) return;
-  QTimer::singleShot(0, this, [answered = std::move(answered)] { answered({}); });
+  const Answer answer{.output = answers_.value(command).toString(), .error = {}};
+  QTimer::singleShot(0, this, [answered = std::move(answered), answer] { answered(answer); });
 }
 
 void FileLink::read() {
@@ -34,6 +35,7 @@ void FileLink::read() {
     std::fprintf(stderr, "%s: %s\n", qPrintable(path_), qPrintable(error.errorString()));
     return;
   }
+  answers_ = state.take("answers").toObject();
   if (!state.contains("surfaces"))
     state.insert("surfaces", QJsonObject{{"window", QJsonObject{{"wanted", true}, {"request", 1}}}});
   emit stateReplaced(state);

@@ -5,11 +5,13 @@
 #include <QTimer>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include "window/ControlLink.h"
 #include "window/FileLink.h"
 #include "window/Surfaces.h"
 #include "window/Velmora.h"
+#include "window/VisibleTexts.h"
 
 namespace {
 
@@ -49,10 +51,13 @@ int main(int argc, char** argv) {
   const QCommandLineOption socket("socket", "The program's control socket.", "path");
   const QCommandLineOption fake("fake", "Show the state in this JSON file.", "file");
   const QCommandLineOption gallery("gallery", "Show every control in each of its states.");
+  const QCommandLineOption texts("texts", "Print the visible texts whenever they change.");
   words.addHelpOption();
   words.addVersionOption();
-  words.addOptions({socket, fake, gallery});
+  words.addOptions({socket, fake, gallery, texts});
   words.process(app);
+  std::optional<TextPrinter> printer;
+  if (words.isSet(texts)) printer.emplace();
   if (words.isSet(gallery)) return showGallery(app);
 
   std::unique_ptr<ProgramLink> link;

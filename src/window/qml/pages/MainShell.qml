@@ -126,7 +126,9 @@ FocusScope {
 
     NeonToast {
         id: toast
-        z: 10
+        // Above the dialogs as well, which lie on an overlay of the window.
+        parent: main.Window.window?.contentItem ?? main
+        z: 1000002
         anchors { horizontalCenter: parent.horizontalCenter; bottom: parent.bottom; bottomMargin: 24 }
     }
 

@@ -166,7 +166,7 @@ FocusScope {
                     model: (Velmora.state.presets ?? []).slice(0, 3)
                     NeonChoice {
                         required property var modelData
-                        width: 146
+                        width: (460 - 20) / 3
                         height: 116
                         symbol: modelData.iconName
                         text: modelData.name
