@@ -7,6 +7,7 @@
 #include <QQmlPropertyMap>
 #include <functional>
 
+#include "window/DesktopMotion.h"
 #include "window/ProgramLink.h"
 
 namespace velmora {
@@ -22,6 +23,8 @@ class Velmora final : public QObject {
   Q_PROPERTY(QQmlPropertyMap* state READ state CONSTANT)
   // Whether a document has come. The process ends soon after the link has.
   Q_PROPERTY(bool connected READ isConnected NOTIFY connectedChanged)
+  // Whether the user wants nothing to move by itself, as the desktop said at the start.
+  Q_PROPERTY(bool reducedMotion READ reducesMotion CONSTANT)
 
  public:
   // `link` must live longer.
@@ -33,6 +36,7 @@ class Velmora final : public QObject {
   // A member of the document; an empty object unless it is one.
   QJsonObject member(const QString& name) const { return document_.value(name).toObject(); }
   bool isConnected() const { return isConnected_; }
+  bool reducesMotion() const { return reducesMotion_; }
   // Like `run` of the link.
   void ask(const QString& command, const QStringList& arguments,
            std::function<void(const ProgramLink::Answer&)> answered);
@@ -52,6 +56,7 @@ class Velmora final : public QObject {
   QJsonObject document_;
   QQmlPropertyMap state_;
   bool isConnected_ = false;
+  const bool reducesMotion_ = desktopAvoidsMotion();
 };
 
 // `target` with a JSON merge patch (RFC 7386) applied.

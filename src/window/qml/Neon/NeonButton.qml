@@ -20,8 +20,8 @@ T.Button {
     opacity: enabled ? 1 : 0.4
     focusPolicy: Qt.StrongFocus
     Accessible.name: text
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Item {
         implicitWidth: row.implicitWidth

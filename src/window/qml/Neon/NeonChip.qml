@@ -16,7 +16,7 @@ T.Button {
     opacity: enabled ? 1 : 0.4
     Accessible.name: text
     Accessible.checked: chosen
-    Keys.onReturnPressed: click()
+    Keys.onReturnPressed: clicked()
 
     contentItem: Item {
         Row {

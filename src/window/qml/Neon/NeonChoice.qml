@@ -16,7 +16,7 @@ T.Button {
     Accessible.name: text
     Accessible.description: detail
     Accessible.checked: chosen
-    Keys.onReturnPressed: click()
+    Keys.onReturnPressed: clicked()
 
     contentItem: Item {
         Column {

@@ -28,7 +28,7 @@ T.ItemDelegate {
     Accessible.role: opens ? Accessible.Button : Accessible.ListItem
     Accessible.name: title
     Accessible.description: subtitle
-    Keys.onReturnPressed: if (opens) click()
+    Keys.onReturnPressed: if (opens) clicked()
 
     contentItem: RowLayout {
         spacing: 12

@@ -16,7 +16,7 @@ T.Button {
     Accessible.role: Accessible.RadioButton
     Accessible.name: text
     Accessible.checked: chosen
-    Keys.onReturnPressed: click()
+    Keys.onReturnPressed: clicked()
 
     background: Item {
         Rectangle {

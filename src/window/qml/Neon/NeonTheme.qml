@@ -1,14 +1,15 @@
 pragma Singleton
 
 import QtQuick
+import Velmora
 
 // The one place for colours, type, spacing, radii and durations. Lengths are logical pixels,
 // durations milliseconds. Text colours hold 4.5 to 1 on `night`, `surface` and `raised`.
 QtObject {
     id: theme
 
-    // Set by the program: nothing moves by itself, and changes happen at once.
-    property bool reducedMotion: false
+    // Nothing moves by itself, and changes happen at once.
+    property bool reducedMotion: Velmora.reducedMotion
 
     // Grounds, from the back to the front.
     readonly property color night: "#06040a"

@@ -14,7 +14,7 @@ T.Button {
     text: linked.length > 0 ? linked[0].name + (linked.length > 1 ? " +" + (linked.length - 1) : "")
                             : "No browser linked"
     Accessible.name: linked.length > 0 ? "Linked: " + linked.map(b => b.name).join(", ") : text
-    Keys.onReturnPressed: click()
+    Keys.onReturnPressed: clicked()
 
     contentItem: Item {
         Rectangle {
