@@ -121,6 +121,7 @@ FocusScope {
         anchors.fill: parent
         active: Velmora.state.desktop?.welcomed === false && main.ready
         focus: active
+        onActiveChanged: if (!active) pages.forceActiveFocus()
         sourceComponent: Welcome { shell: main }
     }
 
@@ -135,11 +136,12 @@ FocusScope {
     Repeater {
         model: main.tabs
         Item {
+            id: place
             required property var modelData
             required property int index
             Shortcut {
-                sequence: "Ctrl+" + (parent.index + 1)
-                onActivated: main.go(parent.modelData.value)
+                sequence: "Ctrl+" + (place.index + 1)
+                onActivated: main.go(place.modelData.value)
             }
         }
     }
