@@ -29,13 +29,15 @@ QByteArray xsettings() {
   xcb_connection_t* x = x11 ? x11->connection() : nullptr;
   if (!x) return {};
   const Reply<xcb_get_selection_owner_reply_t> owner(
-      xcb_get_selection_owner_reply(x, xcb_get_selection_owner(x, atom(x, "_XSETTINGS_S0")), nullptr),
+      xcb_get_selection_owner_reply(x, xcb_get_selection_owner(x, atom(x, "_XSETTINGS_S0")),
+                                    nullptr),
       &std::free);
   if (!owner || owner->owner == XCB_NONE) return {};
   constexpr uint32_t kMostWords = 16384;
   const xcb_atom_t name = atom(x, "_XSETTINGS_SETTINGS");
   const auto asked = xcb_get_property(x, 0, owner->owner, name, name, 0, kMostWords);
-  const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(x, asked, nullptr), &std::free);
+  const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(x, asked, nullptr),
+                                              &std::free);
   if (!reply) return {};
   return {static_cast<const char*>(xcb_get_property_value(reply.get())),
           xcb_get_property_value_length(reply.get())};
@@ -43,8 +45,9 @@ QByteArray xsettings() {
 
 bool kdeAvoidsMotion() {
   const QString file = QStandardPaths::locate(QStandardPaths::GenericConfigLocation, "kdeglobals");
-  return !file.isEmpty() &&
-         QSettings(file, QSettings::IniFormat).value("KDE/AnimationDurationFactor", 1).toDouble() == 0;
+  if (file.isEmpty()) return false;
+  const QSettings settings(file, QSettings::IniFormat);
+  return settings.value("KDE/AnimationDurationFactor", 1).toDouble() == 0;
 }
 
 }  // namespace

@@ -37,7 +37,8 @@ void FileLink::read() {
   }
   answers_ = state.take("answers").toObject();
   if (!state.contains("surfaces"))
-    state.insert("surfaces", QJsonObject{{"window", QJsonObject{{"wanted", true}, {"request", 1}}}});
+    state.insert("surfaces",
+                 QJsonObject{{"window", QJsonObject{{"wanted", true}, {"request", 1}}}});
   emit stateReplaced(state);
 }
 

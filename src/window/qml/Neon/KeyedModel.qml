@@ -1,8 +1,8 @@
 import QtQml
 import QtQml.Models
 
-// The rows of a list of records, kept in step with it: a row lives on while its record does, so that
-// what has the keyboard keeps it. Each row has one role, `key`; `at(key)` gives its newest record.
+// The rows of a list of records, kept in step with it: a row lives on while its record does, so
+// that what has the keyboard keeps it. Each row has one role, `key`; `byKey` has its newest record.
 ListModel {
     id: model
 
@@ -10,8 +10,6 @@ ListModel {
     // Which member of a record is its key.
     property string keyName: "id"
     property var byKey: ({})
-
-    function at(key: string): var { return byKey[key] ?? {} }
 
     onRecordsChanged: step()
     Component.onCompleted: step()

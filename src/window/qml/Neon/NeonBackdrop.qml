@@ -26,7 +26,8 @@ Item {
             const x = backdrop.lightX, y = backdrop.lightY, r = backdrop.lightRadius
             const light = context.createRadialGradient(x, y, 0, x, y, r)
             for (let i = 0; i <= 12; i++)
-                light.addColorStop(i / 12, Qt.rgba(0.42, 0.16, 0.66, 0.13 * Math.pow(1 - i / 12, 2)))
+                light.addColorStop(i / 12, Qt.rgba(0.42, 0.16, 0.66,
+                                                   0.13 * Math.pow(1 - i / 12, 2)))
             context.fillStyle = light
             context.fillRect(0, 0, width, height)
         }

@@ -61,7 +61,8 @@ T.Button {
                 anchors.fill: parent
                 anchors.margins: -(index + 1) * (control.hovered ? 2.6 : 2)
                 radius: NeonTheme.radiusSmall - anchors.margins
-                color: NeonTheme.faded(NeonTheme.glow, (control.hovered ? 0.075 : 0.05) - index * 0.008)
+                color: NeonTheme.faded(NeonTheme.glow,
+                                       (control.hovered ? 0.075 : 0.05) - index * 0.008)
             }
         }
         Rectangle {
@@ -73,7 +74,8 @@ T.Button {
                 ? NeonTheme.faded(NeonTheme.danger, control.hovered ? 0.5 : 0.3)
                 : control.hovered ? NeonTheme.lineStrong : NeonTheme.line
             color: control.kind === NeonButton.Danger
-                ? NeonTheme.faded(NeonTheme.danger, control.down ? 0.2 : control.hovered ? 0.13 : 0.07)
+                ? NeonTheme.faded(NeonTheme.danger,
+                                  control.down ? 0.2 : control.hovered ? 0.13 : 0.07)
                 : control.down ? "#2a1f3b" : control.hovered ? "#20182e" : NeonTheme.raised
         }
         NeonPlate {

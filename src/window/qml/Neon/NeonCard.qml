@@ -11,7 +11,7 @@ Rectangle {
     property string title: ""
 
     implicitWidth: 280
-    implicitHeight: column.implicitHeight + 2 * padding + (heading.visible ? heading.height + 10 : 0)
+    implicitHeight: column.y + column.implicitHeight + padding
     radius: NeonTheme.radius
     color: NeonTheme.faded(NeonTheme.surface, 0.92)
     border { width: 1; color: NeonTheme.line }

@@ -37,17 +37,19 @@ T.Button {
                 font.weight: Font.Medium
                 wrapMode: Text.NoWrap
                 text: chip.text
-                color: chip.chosen ? NeonTheme.ink : chip.hovered ? NeonTheme.ink : NeonTheme.soft
+                color: chip.chosen || chip.hovered ? NeonTheme.ink : NeonTheme.soft
                 Accessible.ignored: true
             }
         }
     }
     background: Rectangle {
         radius: 8
-        color: chip.chosen ? "#2b1b42" : chip.down ? "#2a1f3b" : chip.hovered ? "#20182e" : NeonTheme.surface
+        color: chip.chosen ? "#2b1b42" : chip.down ? "#2a1f3b" : chip.hovered ? "#20182e"
+                                                                          : NeonTheme.surface
         border {
             width: 1
-            color: chip.chosen ? NeonTheme.faded(NeonTheme.edge, 0.5) : chip.hovered ? NeonTheme.lineStrong : NeonTheme.line
+            color: chip.chosen ? NeonTheme.faded(NeonTheme.edge, 0.5)
+                 : chip.hovered ? NeonTheme.lineStrong : NeonTheme.line
         }
         NeonFocusRing { visible: chip.visualFocus; around: 8 }
     }

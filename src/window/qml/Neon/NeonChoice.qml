@@ -63,9 +63,11 @@ T.Button {
         Rectangle {
             anchors.fill: parent
             radius: NeonTheme.radius
-            color: choice.chosen ? "#1d122d" : choice.down ? "#1f172c" : choice.hovered ? "#171022"
-                                                                                      : NeonTheme.surface
-            border { width: 1; color: choice.chosen ? NeonTheme.edge : choice.hovered ? NeonTheme.lineStrong : NeonTheme.line }
+            color: choice.chosen ? "#1d122d" : choice.down ? "#1f172c"
+                 : choice.hovered ? NeonTheme.raised : NeonTheme.surface
+            border.width: 1
+            border.color: choice.chosen ? NeonTheme.edge
+                        : choice.hovered ? NeonTheme.lineStrong : NeonTheme.line
         }
         NeonFocusRing { visible: choice.visualFocus; around: NeonTheme.radius }
     }

@@ -47,7 +47,8 @@ T.Button {
                 anchors.fill: parent
                 anchors.margins: -(index + 1) * (control.hovered ? 3.4 : 2.8)
                 radius: width / 2
-                color: NeonTheme.faded(NeonTheme.glow, (control.hovered ? 0.085 : 0.06) - index * 0.007)
+                color: NeonTheme.faded(NeonTheme.glow,
+                                       (control.hovered ? 0.085 : 0.06) - index * 0.007)
             }
         }
         Rectangle {

@@ -26,19 +26,37 @@ Item {
             strokeColor: "#4a2874"
             strokeWidth: 3.2
             fillColor: "transparent"
-            PathAngleArc { centerX: 12; centerY: 12; radiusX: 9; radiusY: 9; startAngle: 0; sweepAngle: 360 }
+            PathAngleArc {
+                centerX: 12
+                centerY: 12
+                radiusX: 9
+                radiusY: 9
+                startAngle: 0; sweepAngle: 360
+            }
         }
         ShapePath {
             strokeColor: NeonTheme.core
             strokeWidth: 3.2
             fillColor: "transparent"
             capStyle: ShapePath.RoundCap
-            PathAngleArc { centerX: 12; centerY: 12; radiusX: 9; radiusY: 9; startAngle: -90; sweepAngle: 82 }
+            PathAngleArc {
+                centerX: 12
+                centerY: 12
+                radiusX: 9
+                radiusY: 9
+                startAngle: -90; sweepAngle: 82
+            }
         }
         ShapePath {
             strokeWidth: -1
             fillColor: "white"
-            PathAngleArc { centerX: 20.9; centerY: 10.75; radiusX: 2.3; radiusY: 2.3; sweepAngle: 360 }
+            PathAngleArc {
+                centerX: 20.9
+                centerY: 10.75
+                radiusX: 2.3
+                radiusY: 2.3
+                sweepAngle: 360
+            }
         }
     }
 }

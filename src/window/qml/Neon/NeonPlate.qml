@@ -11,6 +11,11 @@ Shape {
     property color to: NeonTheme.edge
     property bool across: false
 
+    component Corner: PathArc {
+        radiusX: plate.radius
+        radiusY: plate.radius
+    }
+
     layer.enabled: GraphicsInfo.api !== GraphicsInfo.Software
     layer.samples: 4
 
@@ -24,12 +29,12 @@ Shape {
         }
         startX: plate.radius
         PathLine { x: plate.width - plate.radius; y: 0 }
-        PathArc { x: plate.width; y: plate.radius; radiusX: plate.radius; radiusY: plate.radius }
+        Corner { x: plate.width; y: plate.radius }
         PathLine { x: plate.width; y: plate.height - plate.radius }
-        PathArc { x: plate.width - plate.radius; y: plate.height; radiusX: plate.radius; radiusY: plate.radius }
+        Corner { x: plate.width - plate.radius; y: plate.height }
         PathLine { x: plate.radius; y: plate.height }
-        PathArc { x: 0; y: plate.height - plate.radius; radiusX: plate.radius; radiusY: plate.radius }
+        Corner { x: 0; y: plate.height - plate.radius }
         PathLine { x: 0; y: plate.radius }
-        PathArc { x: plate.radius; y: 0; radiusX: plate.radius; radiusY: plate.radius }
+        Corner { x: plate.radius; y: 0 }
     }
 }

@@ -144,7 +144,11 @@ Item {
                     stroke(2.2 * K, pen.rgba(NeonTheme.hot, 0.75))
                 }
             }
-            context.globalAlpha = bright ? 1 : 0.6
+            if (!bright) {
+                context.fillStyle = pen.rgba(NeonTheme.edge, 0.5)
+                pen.circle(context, hx, hy, 6 * K)
+                return context.fill()
+            }
             const halo = context.createRadialGradient(hx, hy, 0, hx, hy, 22 * K)
             for (let i = 0; i <= 8; i++)
                 halo.addColorStop(i / 8, pen.rgba(NeonTheme.rim, 0.5 * Math.pow(1 - i / 8, 2.6)))

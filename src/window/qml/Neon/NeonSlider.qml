@@ -50,7 +50,8 @@ T.Slider {
                 anchors.fill: parent
                 anchors.margins: -(index + 1) * (control.pressed ? 3 : 2)
                 radius: width / 2
-                color: NeonTheme.faded(NeonTheme.glow, control.hovered || control.pressed ? 0.13 : 0.09)
+                color: NeonTheme.faded(NeonTheme.glow,
+                                       control.hovered || control.pressed ? 0.13 : 0.09)
             }
         }
         Rectangle {

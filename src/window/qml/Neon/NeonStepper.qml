@@ -4,7 +4,8 @@ import Velmora
 
 // A whole number between two buttons. `text` is its accessible name. The value can be typed, and
 // goes with the arrow keys; `unit` stands behind it ("min"), `zeroText` instead of 0. It shows
-// `number`, which somebody else decides: it asks once the user pauses, and takes back what was refused.
+// `number`, which somebody else decides: it asks once the user pauses, and takes back what was
+// refused.
 T.SpinBox {
     id: control
 

@@ -23,7 +23,8 @@ T.Button {
             anchors.fill: parent
             radius: 13
             color: "transparent"
-            border { width: swatch.chosen || swatch.hovered ? 2 : 0; color: swatch.chosen ? NeonTheme.ink : NeonTheme.quiet }
+            border.width: swatch.chosen || swatch.hovered ? 2 : 0
+            border.color: swatch.chosen ? NeonTheme.ink : NeonTheme.quiet
         }
         Rectangle {
             anchors.fill: parent

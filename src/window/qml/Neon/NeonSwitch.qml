@@ -57,7 +57,9 @@ T.Switch {
             height: 18
             radius: 9
             color: control.checked ? NeonTheme.hot : "#b4a5c6"
-            Behavior on x { NumberAnimation { duration: NeonTheme.quick; easing.type: Easing.OutCubic } }
+            Behavior on x {
+                NumberAnimation { duration: NeonTheme.quick; easing.type: Easing.OutCubic }
+            }
         }
         NeonFocusRing { visible: control.visualFocus; around: 12 }
     }

@@ -58,14 +58,16 @@ FocusScope {
                         anchors.verticalCenter: parent.verticalCenter
                         name: tab.modelData.symbol
                         size: 18
-                        color: tab.here ? NeonTheme.violet : tab.hovered ? NeonTheme.soft : NeonTheme.quiet
+                        color: tab.here ? NeonTheme.violet
+                             : tab.hovered ? NeonTheme.soft : NeonTheme.quiet
                     }
                     NeonText {
                         x: 42
                         anchors.verticalCenter: parent.verticalCenter
                         text: tab.text
                         font.weight: tab.here ? Font.DemiBold : Font.Medium
-                        color: tab.here ? NeonTheme.ink : tab.hovered ? NeonTheme.soft : NeonTheme.quiet
+                        color: tab.here ? NeonTheme.ink
+                             : tab.hovered ? NeonTheme.soft : NeonTheme.quiet
                         wrapMode: Text.NoWrap
                         Accessible.ignored: true
                     }
@@ -75,7 +77,8 @@ FocusScope {
                         anchors.fill: parent
                         radius: NeonTheme.radiusSmall
                         color: tab.here ? NeonTheme.faded(NeonTheme.edge, 0.14)
-                             : tab.down ? NeonTheme.pressed : tab.hovered ? NeonTheme.hover : "transparent"
+                             : tab.down ? NeonTheme.pressed
+                             : tab.hovered ? NeonTheme.hover : "transparent"
                     }
                     // The lit end of the row that is here.
                     Repeater {
@@ -87,7 +90,8 @@ FocusScope {
                             width: 3 + 2 * index
                             height: 16 + 2 * index
                             radius: width / 2
-                            color: index === 0 ? NeonTheme.core : NeonTheme.faded(NeonTheme.glow, 0.2)
+                            color: index === 0 ? NeonTheme.core
+                                                : NeonTheme.faded(NeonTheme.glow, 0.2)
                             z: -index
                         }
                     }

@@ -14,6 +14,7 @@ FocusScope {
     readonly property bool pomodoro: screen === "pomodoro"
     readonly property bool running: pomodoro ? session.running : chrono.running
     readonly property var mission: Velmora.state.scheduled?.active ? Velmora.state.scheduled : null
+    readonly property int every: Velmora.state.settings?.sessionsBeforeLongBreak ?? 4
     readonly property var task: Velmora.state.focus ?? null
     readonly property bool started: pomodoro ? session.progress > 0 || session.running
                                   : screen === "stopwatch" ? chrono.elapsed > 0
@@ -24,7 +25,7 @@ FocusScope {
         if (!pomodoro) return shell.ask(screen, [verb])
         // At the gate there is nothing to be told: it stands in front of everything.
         if (start) Velmora.run("start", [], result => {
-            if (result.status !== 0 && !Velmora.state.gate?.showing && !Velmora.state.surfaces?.gate?.showing)
+            if (result.status !== 0 && !Velmora.state.gate?.showing)
                 shell.say(result.error.trim(), true)
         })
         else shell.ask(verb)
@@ -196,13 +197,13 @@ FocusScope {
                 Accessible.name: stage.session.inBlock + " focus sessions done"
 
                 Repeater {
-                    model: Velmora.state.settings?.sessionsBeforeLongBreak ?? 4
+                    model: stage.every
                     Rectangle {
                         required property int index
-                        readonly property int every: Velmora.state.settings?.sessionsBeforeLongBreak ?? 4
-                        readonly property int done: stage.session.inBlock % every === 0
-                            && stage.session.inBlock > 0 && stage.session.type === "longBreak"
-                            ? every : stage.session.inBlock % every
+                        readonly property int over: stage.session.inBlock % stage.every
+                        // A long break is the time to see them all lit.
+                        readonly property int done: over === 0 && stage.session.inBlock > 0
+                            && stage.session.type === "longBreak" ? stage.every : over
                         width: 8
                         height: 8
                         radius: 4

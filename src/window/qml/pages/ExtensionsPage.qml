@@ -48,7 +48,8 @@ FocusScope {
                         Repeater {
                             model: KeyedModel {
                                 keyName: "name"
-                                records: page.shell.modules.filter(m => m.category === card.modelData)
+                                records: page.shell.modules
+                                    .filter(m => m.category === card.modelData)
                             }
                             ModuleRow {
                                 required property string key

@@ -49,10 +49,19 @@ Item {
                         }
                         Row {
                             spacing: 14
-                            NeonButton { text: "Start"; symbol: "play"; kind: NeonButton.Primary; enabled: false }
+                            NeonButton {
+                                text: "Start"
+                                symbol: "play"
+                                kind: NeonButton.Primary
+                                enabled: false
+                            }
                             NeonButton { text: "Later"; enabled: false }
                             NeonButton { text: "Add"; symbol: "plus"; down: true }
-                            NeonButton { text: "Cancel session"; kind: NeonButton.Danger; enabled: false }
+                            NeonButton {
+                                text: "Cancel session"
+                                kind: NeonButton.Danger
+                                enabled: false
+                            }
                         }
                         Row {
                             spacing: 22
@@ -95,12 +104,30 @@ Item {
                         Row {
                             spacing: 22
                             NeonSlider { text: "Focus"; from: 1; to: 120; value: 45 }
-                            NeonSlider { text: "Disabled"; from: 0; to: 10; value: 3; enabled: false }
+                            NeonSlider {
+                                text: "Disabled"
+                                from: 0
+                                to: 10
+                                value: 3
+                                enabled: false
+                            }
                         }
                         Row {
                             spacing: 14
-                            NeonStepper { text: "Minutes"; from: 1; to: 120; number: 25; unit: "min" }
-                            NeonStepper { text: "Limit"; from: 0; to: 16; number: 0; zeroText: "No limit" }
+                            NeonStepper {
+                                text: "Minutes"
+                                from: 1
+                                to: 120
+                                number: 25
+                                unit: "min"
+                            }
+                            NeonStepper {
+                                text: "Limit"
+                                from: 0
+                                to: 16
+                                number: 0
+                                zeroText: "No limit"
+                            }
                             NeonStepper { text: "Disabled"; number: 4; enabled: false }
                         }
                     }
@@ -108,7 +135,11 @@ Item {
                         label: "Fields"
                         Row {
                             spacing: 14
-                            NeonField { label: "Site"; placeholderText: "example.com"; symbol: "globe" }
+                            NeonField {
+                                label: "Site"
+                                placeholderText: "example.com"
+                                symbol: "globe"
+                            }
                             NeonField { label: "Name"; text: "Deep Work" }
                         }
                         NeonField { label: "Disabled"; enabled: false }
@@ -126,10 +157,10 @@ Item {
                         NeonSegmented {
                             text: "Clock"
                             compact: true
-                            value: "stopwatch"
+                            value: "chrono"
                             options: [{ value: "pomodoro", text: "Pomodoro", symbol: "focus" },
-                                      { value: "stopwatch", text: "Stopwatch", symbol: "stopwatch" },
-                                      { value: "countdown", text: "Countdown", symbol: "countdown" }]
+                                      { value: "chrono", text: "Stopwatch", symbol: "stopwatch" },
+                                      { value: "down", text: "Countdown", symbol: "countdown" }]
                             onChosen: v => value = v
                         }
                         NeonSegmented {
@@ -201,7 +232,7 @@ Item {
                                 width: 160
                                 current: "focus"
                                 tabs: [{ value: "focus", text: "Focus", symbol: "focus" },
-                                       { value: "extensions", text: "Extensions", symbol: "extensions" },
+                                       { value: "more", text: "Extensions", symbol: "extensions" },
                                        { value: "settings", text: "Settings", symbol: "settings" }]
                                 onChosen: v => current = v
                             }
@@ -261,7 +292,11 @@ Item {
         actions: [
             Item { Layout.fillWidth: true },
             NeonButton { text: "Keep going"; onClicked: dialog.close() },
-            NeonButton { text: "Cancel session"; kind: NeonButton.Danger; onClicked: dialog.close() }
+            NeonButton {
+                text: "Cancel session"
+                kind: NeonButton.Danger
+                onClicked: dialog.close()
+            }
         ]
     }
     Component.onCompleted: focused.forceActiveFocus(Qt.TabFocusReason)

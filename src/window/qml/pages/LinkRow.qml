@@ -33,7 +33,12 @@ SettingRow {
         title: "One step is left in the browser"
         actions: [
             Item { Layout.fillWidth: true },
-            NeonButton { focus: true; text: "Done"; kind: NeonButton.Primary; onClicked: steps.close() }
+            NeonButton {
+                focus: true
+                text: "Done"
+                kind: NeonButton.Primary
+                onClicked: steps.close()
+            }
         ]
     }
 }

@@ -101,7 +101,8 @@ FocusScope {
             category: "Rules"
             symbol: "rules"
             emptyTitle: "No rule extensions enabled"
-            emptyText: "Turn on Budget Mode, Scroll Guard, Creator Gate, or Brak Porn in Extensions."
+            emptyText: "Turn on Budget Mode, Scroll Guard, Creator Gate, or Brak Porn in "
+                     + "Extensions."
         }
     }
     Component {
@@ -130,7 +131,11 @@ FocusScope {
         // Above the dialogs as well, which lie on an overlay of the window.
         parent: main.Window.window?.contentItem ?? main
         z: 1000002
-        anchors { horizontalCenter: parent.horizontalCenter; bottom: parent.bottom; bottomMargin: 24 }
+        anchors {
+            horizontalCenter: parent.horizontalCenter
+            bottom: parent.bottom
+            bottomMargin: 24
+        }
     }
 
     Repeater {

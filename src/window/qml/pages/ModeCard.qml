@@ -38,7 +38,8 @@ NeonCard {
                 width: parent.width
                 level: "small"
                 color: NeonTheme.quiet
-                text: !card.session.controls.hardcoreSwitch ? "Can't change mode while session is running"
+                text: !card.session.controls.hardcoreSwitch
+                    ? "Can't change mode while session is running"
                     : Velmora.state.settings.isHardcore ? "Disable hardcore mode"
                     : "Enable hardcore mode — no pause, no restart, no skip"
             }

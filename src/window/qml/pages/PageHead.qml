@@ -8,5 +8,10 @@ Column {
 
     spacing: 6
     NeonText { width: parent.width; level: "headline"; text: parent.title }
-    NeonText { width: parent.width; visible: text !== ""; text: parent.text; color: NeonTheme.quiet }
+    NeonText {
+        width: parent.width
+        visible: text !== ""
+        text: parent.text
+        color: NeonTheme.quiet
+    }
 }

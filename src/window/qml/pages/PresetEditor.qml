@@ -17,7 +17,9 @@ NeonDialog {
         sure = false
         open()
     }
-    function change(verb: string, words: var) { shell.ask("presets", [verb, key].concat(words ?? [])) }
+    function change(verb: string, words: var) {
+        shell.ask("presets", [verb, key].concat(words ?? []))
+    }
     function shift(by: int) {
         const other = Velmora.state.presets[place + by]
         if (other) change("move", [other.id])

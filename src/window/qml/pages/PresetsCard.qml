@@ -7,8 +7,9 @@ NeonCard {
     id: card
 
     required property var shell
-    readonly property bool idle: !Velmora.state.session.running && Velmora.state.session.screen === "pomodoro"
-                              && Velmora.state.session.type === "focus"
+    readonly property var session: Velmora.state.session
+    readonly property bool idle: !session.running && session.screen === "pomodoro"
+                              && session.type === "focus"
 
     padding: 8
     spacing: 0

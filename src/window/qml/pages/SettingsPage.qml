@@ -191,8 +191,10 @@ FocusScope {
                             readonly property var browser: linked.byKey[key] ?? {}
                             width: parent.width
                             title: browser.name ?? ""
-                            text: browser.privateAllowed ? "Linked, private windows included"
-                                : "Linked. Private windows are open until you allow the extension in them."
+                            text: browser.privateAllowed
+                                ? "Linked, private windows included"
+                                : "Linked. Private windows are not blocked until you allow the "
+                                + "extension there."
                             NeonIcon { name: "check"; size: 18; color: NeonTheme.good }
                         }
                     }
@@ -204,7 +206,6 @@ FocusScope {
                     }
                 }
                 NeonCard {
-                    readonly property var instant: page.findings.find(f => f.topic === "Instant blocking")
                     width: parent.width
                     title: "Instant blocking"
                     NeonText {
@@ -240,14 +241,15 @@ FocusScope {
                             required property var modelData
                             width: parent.width
                             title: modelData.topic
-                            text: modelData.advice ? modelData.text + " — " + modelData.advice
+                            text: modelData.advice ? modelData.text + ". " + modelData.advice
                                                    : modelData.text
                             NeonIcon {
                                 name: modelData.grade === "works" ? "check"
                                     : modelData.grade === "limited" ? "info" : "warning"
                                 size: 18
                                 color: modelData.grade === "works" ? NeonTheme.good
-                                     : modelData.grade === "limited" ? NeonTheme.warn : NeonTheme.danger
+                                     : modelData.grade === "limited" ? NeonTheme.warn
+                                                                 : NeonTheme.danger
                             }
                         }
                     }
@@ -262,7 +264,10 @@ FocusScope {
                         NeonMark { anchors.verticalCenter: parent.verticalCenter; size: 34 }
                         Column {
                             spacing: 3
-                            NeonText { level: "strong"; text: "Velmora " + (Velmora.state.version ?? "") }
+                            NeonText {
+                                level: "strong"
+                                text: "Velmora " + (Velmora.state.version ?? "")
+                            }
                             NeonText {
                                 level: "small"
                                 color: NeonTheme.quiet

@@ -67,7 +67,8 @@ NeonCard {
         function add() {
             const wish = site.text.trim()
             if (wish === "") return
-            card.shell.ask("sites", ["add", wish], result => { if (result.status === 0) site.clear() })
+            card.shell.ask("sites", ["add", wish],
+                           result => { if (result.status === 0) site.clear() })
         }
 
         RowLayout {
