@@ -79,6 +79,13 @@ def running(hard=False, **session):
         focus={"presetName": "Deep Work", "taskName": "Chapter three"})
 
 
+def only(state, **surface):
+    """`state` with nothing on the screen but one of `gate`, `hud` and `notice`."""
+    none = {"window": {"wanted": False, "request": 0}, "gate": {"showing": False, "reason": ""},
+            "hud": {"showing": False, "x": None, "y": None}, "notice": None}
+    return changed(state, surfaces={**none, **surface}, **({"gate": surface["gate"]} if "gate" in surface else {}))
+
+
 def changed(state, **members):
     """A copy with the members of `members` put over those of the same name, objects member by member."""
     out = copy.deepcopy(state)
@@ -104,12 +111,13 @@ class Window:
             env=self.environment, stdout=subprocess.PIPE, stderr=self.errors)
         self.lines, self.texts = queue.Queue(), []
         threading.Thread(target=lambda: [self.lines.put(line) for line in self.process.stdout], daemon=True).start()
-        self.id = self._xdotool("search", "--sync", "--onlyvisible", "--pid", str(self.process.pid)).split()[0]
+        search = ("search", "--onlyvisible", "--pid", str(self.process.pid))
+        # Asked again and again: xdotool's own waiting misses a window that is there at once.
+        self.id = eventually(lambda: self.visible() and self._xdotool(*search, check=False), 10, 0.05).split()[0]
         self._xdotool("windowfocus", "--sync", self.id)
-        assert eventually(self.visible, 10)
 
-    def _xdotool(self, *words):
-        return subprocess.run(["xdotool", *words], env=self.environment, timeout=20, check=True,
+    def _xdotool(self, *words, check=True):
+        return subprocess.run(["xdotool", *words], env=self.environment, timeout=20, check=check,
                               stdout=subprocess.PIPE, text=True).stdout
 
     def show(self, state):
@@ -133,6 +141,9 @@ class Window:
     def point(self, x, y, click=False):
         """Moves the pointer to a place in the window, in its own pixels."""
         self._xdotool("mousemove", "--window", self.id, str(x), str(y), *(["click", "1"] if click else []))
+
+    def whole_screen(self):
+        self.id = "root"
 
     def resize(self, width, height):
         self._xdotool("windowsize", "--sync", self.id, str(width), str(height))

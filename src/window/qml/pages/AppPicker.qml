@@ -28,6 +28,7 @@ NeonDialog {
             if (result.status !== 0) return shell.say(result.error.trim(), true)
             try {
                 apps = JSON.parse(result.output || "[]")
+                    .map(a => ({ id: a.id ?? a.bundleID, name: a.name, icon: a.icon ?? "" }))
             } catch (error) {
                 apps = []
             }
