@@ -47,6 +47,7 @@ class MainWindow(unittest.TestCase):
         window.show(running())
         self.assert_shows(window, "Can't change mode while session is running", "Chapter three")
         self.assert_hides(window, HARDCORE)
+        self.assert_hides(window, "Emergency pass")
 
     def test_a_hard_session_leaves_the_pass_only(self):
         window = self.window(running(hard=True))

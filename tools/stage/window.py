@@ -75,7 +75,7 @@ def running(hard=False, **session):
     return changed(idle(), session={
         "running": True, "active": True, "remaining": 1043, "time": "17:23", "progress": 0.305, "completed": 2, "inBlock": 2,
         "hardcore": hard, "locked": hard, "controls": {"reset": free, "playPause": free, "skip": free, "switchType": False,
-                                                       "hardcoreSwitch": False, "emergencyPass": hard}, **session},
+                                                       "hardcoreSwitch": False, "emergencyPass": True}, **session},
         focus={"presetName": "Deep Work", "taskName": "Chapter three"})
 
 

@@ -25,6 +25,14 @@ Flickable {
         }
     }
 
+    Keys.onPressed: event => {
+        const end = Math.max(0, contentHeight - height), page = height * 0.85
+        const place = ({ [Qt.Key_Home]: 0, [Qt.Key_End]: end, [Qt.Key_PageUp]: contentY - page,
+                         [Qt.Key_PageDown]: contentY + page })[event.key]
+        if (place === undefined) return
+        contentY = Math.max(0, Math.min(end, place))
+        event.accepted = true
+    }
     Connections {
         target: scroll.Window.window
         function onActiveFocusItemChanged() {

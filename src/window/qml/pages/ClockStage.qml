@@ -191,7 +191,7 @@ FocusScope {
 
             Row {
                 anchors.centerIn: parent
-                visible: stage.pomodoro && !stage.controls.emergencyPass && !stage.mission
+                visible: stage.pomodoro && !stage.session.hardcore && !stage.mission
                 spacing: 9
                 Accessible.role: Accessible.StaticText
                 Accessible.name: stage.session.inBlock + " focus sessions done"
@@ -215,7 +215,7 @@ FocusScope {
             }
             PassButton {
                 anchors.centerIn: parent
-                visible: stage.controls.emergencyPass
+                visible: stage.session.hardcore
                 shell: stage.shell
             }
         }

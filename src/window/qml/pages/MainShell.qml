@@ -82,7 +82,10 @@ FocusScope {
         focus: true
         sourceComponent: ({ focus: focusPage, rules: rulesPage, progress: progressPage,
                             extensions: extensionsPage, settings: settingsPage })[main.page]
-        onLoaded: if (!NeonTheme.reducedMotion) appear.restart()
+        onLoaded: {
+            item.focus = true
+            if (!NeonTheme.reducedMotion) appear.restart()
+        }
 
         NumberAnimation {
             id: appear

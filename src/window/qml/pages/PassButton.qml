@@ -8,7 +8,7 @@ Row {
 
     required property var shell
     readonly property bool available: Velmora.state.emergencyPass?.available ?? false
-    readonly property bool usable: available && Velmora.state.session.active
+    readonly property bool usable: Velmora.state.session.controls.emergencyPass
 
     spacing: 10
     opacity: usable ? 1 : 0.55
