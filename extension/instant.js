@@ -57,11 +57,14 @@ function finishRules() {
 function handOver() {
   let room = MOST_DOMAINS;
   for (const rule of rules) {
-    rule.isBrowsers = mayRedirect && rule.domains.size <= room && (rule.allowlist || rule.domains.size > 0);
-    if (rule.isBrowsers) room -= rule.domains.size;
+    const { size } = rule.domains;
+    rule.isBrowsers = mayRedirect && size <= room && (rule.allowlist || size > 0);
+    if (rule.isBrowsers) room -= size;
   }
   enforced = new Set();
-  const redirects = rules.flatMap((rule, index) => (rule.isBrowsers ? [redirectOf(rule, MOST_RULES - index)] : []));
+  const redirects = rules
+    .map((rule, index) => rule.isBrowsers && redirectOf(rule, MOST_RULES - index))
+    .filter(Boolean);
   change(RULE_IDS, redirects.length ? [scopeRule(), ...redirects] : []);
 }
 
@@ -91,7 +94,8 @@ export function wallFor(tabId, address) {
   const name = host.exec(address)?.[1];
   if (name === undefined || isAmong(name, exempt)) return undefined;
   const rule = rules.find(({ allowlist, domains }) => isAmong(name, domains) !== allowlist);
-  return rule && { address: wallOf(rule, name), isBrowsers: rule.isBrowsers && enforced.has(tabId) };
+  const isBrowsers = rule?.isBrowsers && enforced.has(tabId);
+  return rule && { address: wallOf(rule, name), isBrowsers };
 }
 
 // A domain's subdomains are meant as well.
@@ -162,8 +166,7 @@ function redirectOf(rule, id) {
 }
 
 // What no address can hold no rule may name: one such domain would cost us all rules.
-const isHost = (text) => URL.canParse(`http://${text}/`) && new URL(`http://${text}/`).hostname === text;
-
 function isCanonical(domain) {
-  return /^[a-z0-9._-]+$/.test(domain) && isHost(domain);
+  const address = `http://${domain}/`;
+  return /^[a-z0-9._-]+$/.test(domain) && URL.canParse(address) && new URL(address).hostname === domain;
 }

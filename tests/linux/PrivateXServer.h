@@ -210,6 +210,19 @@ class XClient {
     const auto tree = owned(xcb_query_tree_reply(connection_, question, nullptr));
     return !tree || tree->parent == root_ ? window : frameOf(tree->parent);
   }
+  // The children of the root that are on screen, back to front.
+  std::vector<xcb_window_t> viewable() {
+    const auto list = xcb_query_tree(connection_, root_);
+    const auto tree = owned(xcb_query_tree_reply(connection_, list, nullptr));
+    std::vector<xcb_window_t> all(xcb_query_tree_children(tree.get()),
+                                  xcb_query_tree_children(tree.get()) + tree->children_len);
+    std::erase_if(all, [&](xcb_window_t window) {
+      const auto question = xcb_get_window_attributes(connection_, window);
+      const auto about = owned(xcb_get_window_attributes_reply(connection_, question, nullptr));
+      return !about || about->map_state != XCB_MAP_STATE_VIEWABLE;
+    });
+    return all;
+  }
   // Its rectangle with the border, as the server knows it.
   Rect outerFrame(xcb_window_t window) {
     const auto question = xcb_get_geometry(connection_, frameOf(window));

@@ -87,6 +87,7 @@ class X11Connection {
   xcb_connection_t* raw() const { return connection_; }
   int descriptor() const;
   bool isBroken() const;
+  const xcb_screen_t& screen() const { return *screen_; }
   xcb_window_t root() const { return screen_->root; }
   xcb_atom_t atom(XAtom atom) const { return atoms_[static_cast<size_t>(atom)]; }
   // The part of a window's number that tells which client of the server made it; 0 is the server.
