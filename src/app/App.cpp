@@ -14,6 +14,9 @@ App::App(const Platform& p)
       engine(p.clock, p.loop, p.desktop, p.browsers, p.catalog, blockPage, p.log, p.homeDomain,
              engineNeighbours_),
       monitor(engine),
+      cover(p.coverPanels, p.loop),
+      appBlocker(p.applications, p.installed, p.catalog, p.scanQueue, p.loop),
+      websites(blockPage, p.files, websiteNeighbours_),
       screens(timer, presets, p.preferences, p.loop),
       coordinator(timer, presets, lists, monitor, p.catalog, p.clock, coordinatorNeighbours_),
       launchAtLogin(p.loginAgent, p.agentQueue, p.loop),
@@ -23,6 +26,9 @@ App::App(const Platform& p)
   timerNeighbours_.screens.bind(screens);
   timerNeighbours_.coordinator.bind(coordinator);
   coordinatorNeighbours_.shared.bind(sync);
+  coordinatorNeighbours_.apps.bind(appBlockerBinding_);
+  coordinatorNeighbours_.websites.bind(websiteBinding_);
+  engineNeighbours_.cover.bind(cover);
 }
 
 void App::start(Lifecycle::Launch launch) {

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "app/BlockerBindings.h"
 #include "app/Platform.h"
+#include "blocking/AppBlockerService.h"
+#include "blocking/BlockCover.h"
 #include "blocking/BlockPageServer.h"
 #include "blocking/BlocklistStore.h"
 #include "blocking/BrowserMonitorService.h"
 #include "blocking/SiteBlockEngine.h"
+#include "blocking/WebsiteBlockerService.h"
 #include "core/BlockingCoordinator.h"
 #include "core/FocusPresetStore.h"
 #include "core/FocusSessionCoordinator.h"
@@ -31,6 +35,7 @@ struct App {
   // Bound once, in the constructor.
   TimerService::Neighbours timerNeighbours_;
   SiteBlockEngine::Neighbours engineNeighbours_;
+  WebsiteBlockerService::Neighbours websiteNeighbours_;
   BlockingCoordinator::Neighbours coordinatorNeighbours_;
 
  public:
@@ -45,11 +50,18 @@ struct App {
   BlockPageServer blockPage;
   SiteBlockEngine engine;
   BrowserMonitorService monitor;
+  BlockCover cover;
+  AppBlockerService appBlocker;
+  WebsiteBlockerService websites;
   FocusSessionCoordinator screens;
   SyncBridge sync;
   BlockingCoordinator coordinator;
   LaunchAtLogin launchAtLogin;
   Lifecycle lifecycle;
+
+ private:
+  AppBlockerBinding appBlockerBinding_{appBlocker};
+  WebsiteBlockerBinding websiteBinding_{websites};
 };
 
 }  // namespace velmora

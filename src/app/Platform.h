@@ -3,10 +3,14 @@
 #include <string>
 
 #include "ports/AppCatalog.h"
+#include "ports/Applications.h"
 #include "ports/Authentication.h"
 #include "ports/BrowserControl.h"
 #include "ports/Clock.h"
+#include "ports/CoverPanels.h"
 #include "ports/Desktop.h"
+#include "ports/Files.h"
+#include "ports/InstalledApplications.h"
 #include "ports/LaunchAgent.h"
 #include "ports/Listeners.h"
 #include "ports/Log.h"
@@ -24,12 +28,17 @@ struct Platform {
   Clock& clock;
   RunLoop& loop;
   SerialQueue& blockPageQueue;
+  SerialQueue& scanQueue;  // reads the disk for the pickers
   Preferences& preferences;
   Random& random;
   Desktop& desktop;
   BrowserControl& browsers;
+  CoverPanels& coverPanels;
+  Applications& applications;
+  const InstalledApplications& installed;
   const AppCatalog& catalog;
   Listeners& listeners;
+  Files& files;
   Notifications& notifications;
   Sounds& sounds;
   Log& log;

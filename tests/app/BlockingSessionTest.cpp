@@ -45,9 +45,15 @@ TEST_F(Blocking, ASoftSessionEnforcesTheListAsTypedAndEveryEditAtOnce) {
   const auto id = open(kReddit);
   wait(2);
   EXPECT_EQ(at(id), kReddit);
+  lists().addApp(lists().makeApp("Game", "org.game"));
+  d.apps->launch("org.game");
   softSession();
   EXPECT_EQ(at(id), kWall + "reddit.com");
+  EXPECT_FALSE(d.apps->find("org.game"));
+  EXPECT_EQ(d.app->websites.status.get().blockedDomains, std::vector<std::string>{"reddit.com"});
   EXPECT_EQ(visit(id, "https://old.reddit.com/?a=|"), kWall + "old.reddit.com");
+  ASSERT_EQ(d.panels->panels.size(), 1u);
+  EXPECT_EQ(d.panels->panels.begin()->second.rectangle, d.screen->window(id).frame);
   for (const char* typed : {"awww.example.com", "żółw.pl", "https://Example.org/x", "two words"})
     lists().addSite(typed);
   EXPECT_EQ(visit(id, "https://awww.example.com/"), kWall + "awww.example.com");
