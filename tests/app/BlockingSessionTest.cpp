@@ -50,7 +50,9 @@ TEST_F(Blocking, ASoftSessionEnforcesTheListAsTypedAndEveryEditAtOnce) {
   softSession();
   EXPECT_EQ(at(id), kWall + "reddit.com");
   EXPECT_FALSE(d.apps->find("org.game"));
-  EXPECT_EQ(d.app->websites.status.get().blockedDomains, std::vector<std::string>{"reddit.com"});
+  lists().addSite("https://www.a.b/c");
+  wait(0);
+  EXPECT_EQ(d.app->websites.status.get(), (NativeBlockerStatus{{"a.b", "reddit.com"}, "focus"}));
   EXPECT_EQ(visit(id, "https://old.reddit.com/?a=|"), kWall + "old.reddit.com");
   ASSERT_EQ(d.panels->panels.size(), 1u);
   EXPECT_EQ(d.panels->panels.begin()->second.rectangle, d.screen->window(id).frame);
@@ -60,10 +62,16 @@ TEST_F(Blocking, ASoftSessionEnforcesTheListAsTypedAndEveryEditAtOnce) {
   EXPECT_EQ(visit(id, "https://aexample.com/"), "https://aexample.com/");
   EXPECT_EQ(visit(id, "https://xn--w-uga1v8h.pl/"), kWall + "xn--w-uga1v8h.pl");
   EXPECT_EQ(visit(id, "https://news.example.org/"), kWall + "news.example.org");
-  lists().setSiteBlocked(lists().blockedSites.get()[3].id, false);
+  lists().setSiteBlocked(lists().blockedSites.get()[4].id, false);
   EXPECT_EQ(visit(id, "https://example.org/"), "https://example.org/");
   lists().removeSite(BlockedSite(lists().blockedSites.get()[0]));
   EXPECT_EQ(visit(id, kReddit), kReddit);
+
+  d.files.texts["/Library/LaunchDaemons/com.velmora.helper.plist"] = "";
+  timer().reset();
+  wait(0);
+  EXPECT_EQ(d.files.texts["/tmp/vm_trigger"], "idle");
+  EXPECT_EQ(d.app->websites.status.get(), NativeBlockerStatus{});
 }
 
 TEST_F(Blocking, ABrakSessionOpensOnlyTheToolsOfItsFocusAndSurvivesAKill) {
