@@ -15,10 +15,12 @@
 #include "platform/linux/BrowserLink.h"
 #include "platform/linux/CommandProcesses.h"
 #include "platform/linux/DesktopActivation.h"
+#include "platform/linux/DesktopEntries.h"
 #include "platform/linux/DesktopNotifications.h"
 #include "platform/linux/DesktopStatusItem.h"
 #include "platform/linux/DisplayWatch.h"
 #include "platform/linux/EventLoop.h"
+#include "platform/linux/InstalledDesktopFiles.h"
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/LaunchAgents.h"
 #include "platform/linux/LinuxAppCatalog.h"
@@ -30,10 +32,13 @@
 #include "platform/linux/SocketListeners.h"
 #include "platform/linux/SqlitePreferences.h"
 #include "platform/linux/SystemClock.h"
+#include "platform/linux/SystemFiles.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/linux/SystemRandom.h"
 #include "platform/linux/ThemeSounds.h"
 #include "platform/linux/WorkerQueue.h"
+#include "platform/linux/X11Applications.h"
+#include "platform/linux/X11CoverPanels.h"
 #include "platform/linux/X11Desktop.h"
 #include "shell/ControlClient.h"
 #include "shell/LocalCommands.h"
@@ -55,6 +60,7 @@ class Resident {
   Resident(const std::string& dataFolder, const std::string& runtimeFolder)
       : preferences_(SqlitePreferences::open(dataFolder + "/preferences.sqlite3", log_)),
         pageQueue_("blockpage"),
+        scanQueue_("scan"),
         listeners_(runtimeFolder, {SocketLane(loop_), SocketLane(pageQueue_)}),
         session_(loop_),
         desktop_(loop_, catalog_, clock_,
@@ -67,6 +73,8 @@ class Resident {
                      identity_.recheck(pid);
                      return identity_.of(pid, "", "");
                    }}),
+        coverPanels_(loop_, clock_),
+        applications_(loop_, desktop_),
         notifications_(loop_, log_),
         sounds_(loop_, log_, local::shareFolder() + "/sounds"),
         statusItem_(loop_),
@@ -74,9 +82,10 @@ class Resident {
         loginAgent_(AgentPlaces::current(local::residentProgram())),
         authentication_(loop_, log_),
         agentQueue_("keepalive"),
-        app_(Platform{clock_, loop_, pageQueue_, *preferences_, random_, desktop_, link_, catalog_,
-                      listeners_, notifications_, sounds_, log_, statusItem_, guardian_,
-                      loginAgent_, authentication_, agentQueue_,
+        app_(Platform{clock_, loop_, pageQueue_, scanQueue_, *preferences_, random_, desktop_,
+                      link_, coverPanels_, applications_, installed_, catalog_, listeners_, files_,
+                      notifications_, sounds_, log_, statusItem_, guardian_, loginAgent_,
+                      authentication_, agentQueue_,
                       std::string(resources::blockPage()), VELMORA_HOME_DOMAIN}),
         diagnostics_(catalog_, desktop_, link_, local::programFolder() + "/velmora-browser-host"),
         state_(app_, catalog_, link_, VELMORA_VERSION),
@@ -136,16 +145,22 @@ class Resident {
   SystemLog log_;
   SystemClock clock_;
   SystemRandom random_;
-  LinuxAppCatalog catalog_;
+  DesktopEntries entries_{DesktopEntries::Environment::current()};
+  LinuxAppCatalog catalog_{&entries_};
+  InstalledDesktopFiles installed_{catalog_, entries_};
   ProcSource processes_;
   std::unique_ptr<SqlitePreferences> preferences_;
   EventLoop loop_;
   WorkerQueue pageQueue_;
+  WorkerQueue scanQueue_;
   SocketListeners listeners_;
   LogindSession session_;
   X11Desktop desktop_;
   ProcessIdentity identity_;
   BrowserLink link_;
+  X11CoverPanels coverPanels_;
+  X11Applications applications_;
+  SystemFiles files_;
   DesktopNotifications notifications_;
   ThemeSounds sounds_;
   DesktopStatusItem statusItem_;
