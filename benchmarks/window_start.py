@@ -45,7 +45,7 @@ class Eye:
 
 
 def window_process(screen, velmora):
-    return int(screen.run("pgrep", "-f", velmora.control_path).split()[0])
+    return int(screen.run("pgrep", "-P", str(velmora.process.pid), "velmora-window"))
 
 
 def memory(pid):
@@ -76,7 +76,7 @@ def measure(screen, velmora, eye, ask, leave):
         time.sleep(1.5)
         sizes = memory(window_process(screen, velmora))
         leave()
-        assert eventually(lambda: not screen.run("pgrep", "-f", velmora.control_path), 10, 0.02)
+        assert eventually(lambda: not screen.run("pgrep", "-P", str(velmora.process.pid), "velmora-window"), 10, 0.02)
     return times, sizes
 
 

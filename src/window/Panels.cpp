@@ -51,7 +51,8 @@ Hud::Hud(QQmlEngine& engine, Velmora& velmora)
 }
 
 void Hud::follow(const QJsonObject& hud) {
-  if (grip_) return;
+  if (grip_ || followed_ == hud) return;
+  followed_ = hud;
   const QPoint stored(qRound(hud.value("x").toDouble()), qRound(hud.value("y").toDouble()));
   const bool isKnown = hud.value("x").isDouble() && hud.value("y").isDouble();
   const QPoint origin = isKnown && isOnScreen(stored) ? stored : usualPlace();

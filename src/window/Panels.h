@@ -14,8 +14,8 @@ class Hud final : public Surface {
 
  public:
   Hud(QQmlEngine& engine, Velmora& velmora);
-  // Where it stands by the program's record; centred at the top of the main screen without one, or
-  // when no screen shows that place any more. Does nothing while it is dragged.
+  // Where it stands by the program's record, if that is news; centred at the top of the main screen
+  // without one, or when no screen shows that place any more. Does nothing while it is dragged.
   void follow(const QJsonObject& hud);
 
  protected:
@@ -25,6 +25,7 @@ class Hud final : public Surface {
 
  private:
   Velmora& velmora_;
+  std::optional<QJsonObject> followed_;  // what was last done
   std::optional<QPoint> grip_;  // where the mouse holds it
 };
 

@@ -30,7 +30,7 @@ class WithScreen(WithVelmora):
         return eventually(found, 10, 0.02)
 
     def pids(self):
-        return [int(pid) for pid in self.screen.run("pgrep", "-f", self.velmora.control_path).split()]
+        return self.screen.run("pgrep", "-P", str(self.velmora.process.pid), "velmora-window").split()
 
     def is_gone(self, size="1280x900", within=5):
         return eventually(lambda: " %s+" % size not in "".join(
@@ -52,7 +52,10 @@ class WithScreen(WithVelmora):
 
     def raise_gate(self):
         self.velmora.run("start")
-        self.assertTrue(self.surface("1280x900"), "no gate")
+        gate = self.surface("1280x900")
+        self.assertTrue(gate, "no gate")
+        focused = lambda: int(self.screen.run("xdotool", "getwindowfocus") or 0)
+        self.assertTrue(eventually(lambda: focused() == int(gate, 16), 10, 0.02), "the gate has no focus")
 
     def keys(self, *words):
         self.screen.run("xdotool", *words)
@@ -80,9 +83,8 @@ class Gate(WithScreen):
             self.raise_gate()
             first = self.pids()
             for pid in first:
-                os.kill(pid, signal.SIGKILL)
+                os.kill(int(pid), signal.SIGKILL)
             self.assertTrue(eventually(lambda: self.pids() and self.pids() != first, 2), "the gate is not back")
-            self.assertTrue(self.surface("1280x900"))
             self.velmora.kill()
             self.assertTrue(self.is_gone(within=1), "the gate outlives the program")
             self.assertTrue(takes("turn %d" % turn))
