@@ -99,7 +99,7 @@ void GateWindows::hold() {
   }
   if (!hasKeyboard_) hasKeyboard_ = form_->setKeyboardGrabEnabled(true);
   if (!hasPointer_) hasPointer_ = form_->setMouseGrabEnabled(true);
-  if (QGuiApplication::focusWindow() != form_.get()) form_->requestActivate();
+  if (QGuiApplication::focusWindow() != form_.get()) x11::takeFocus(*form_);
   if (!hasKeyboard_ || !hasPointer_) retry_.start(kRetry);
 }
 

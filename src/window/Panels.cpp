@@ -60,7 +60,7 @@ void Hud::follow(const QJsonObject& hud) {
 }
 
 void Hud::mousePressEvent(QMouseEvent* event) {
-  if (event->button() == Qt::LeftButton) grip_ = event->globalPosition().toPoint() - position();
+  if (event->button() == Qt::LeftButton) grip_ = event->position().toPoint();
 }
 
 void Hud::mouseMoveEvent(QMouseEvent* event) {

@@ -63,6 +63,14 @@ void activate(QWindow& window) {
     x.tellManager(window, "_NET_ACTIVE_WINDOW", {kFromTaskBar, XCB_CURRENT_TIME});
 }
 
+void takeFocus(QWindow& window) {
+  const auto x = Connection::ofQt();
+  if (!x) return window.requestActivate();
+  xcb_set_input_focus(x.xcb, XCB_INPUT_FOCUS_PARENT, static_cast<xcb_window_t>(window.winId()),
+                      XCB_CURRENT_TIME);
+  xcb_flush(x.xcb);
+}
+
 void setSkippingTaskBar(QWindow& window, bool skips) {
   const auto x = Connection::ofQt();
   if (!x) return;

@@ -12,6 +12,9 @@ void setLayer(QWindow& window, uint32_t layer);
 // Brought to the front with the focus as if the user had chosen it in a task bar, since window
 // managers keep a window that only asks from taking the focus.
 void activate(QWindow& window);
+// Gives the window, which must be on screen and none of the window manager's, the focus now. A
+// request that names the time of our last event would lose to whoever took the focus since.
+void takeFocus(QWindow& window);
 // Neither in the task bar nor in the switcher.
 void setSkippingTaskBar(QWindow& window, bool skips);
 // Whether windows may be seen through.
