@@ -92,7 +92,8 @@ class Resident {
         commands_({app_, catalog_, *preferences_, state_, diagnostics_, [this] { quitSoon(); },
                    local::installBrowserLink}),
         control_(listeners_, loop_, log_, commands_, state_),
-        window_(loop_, log_, {local::programFolder() + "/velmora-window", "--socket", controlSocketPath()}),
+        window_(loop_, log_,
+                {local::programFolder() + "/velmora-window", "--socket", controlSocketPath()}),
         activation_(loop_, [this] { app_.lifecycle.applicationShouldHandleReopen(); }),
         display_(loop_, kDisplayPatience, [this] { end(); }) {}
 

@@ -1,6 +1,7 @@
 #include "window/GateWindows.h"
 
 #include <QCursor>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QScreen>
 #include <utility>
@@ -61,6 +62,7 @@ void GateWindows::cover() {
   if (screens.isEmpty()) return;
   if (!form_) {
     form_ = makeWindow("Gate.qml", *screenUnderMouse());
+    form_->installEventFilter(this);
     hasKeyboard_ = hasPointer_ = false;
   } else if (!screens.contains(form_->screen())) {
     lay(*form_, *screenUnderMouse());
@@ -88,6 +90,12 @@ void GateWindows::stand() {
   hold();
   if (++unanswered_ > kMuteAfter) return emit programIsMute();
   velmora_.ask("alive", {}, [this](const ProgramLink::Answer&) { unanswered_ = 0; });
+}
+
+// Keys come to the form by the grab, whoever else has been given the focus meanwhile: what is typed
+// until it is taken back is not lost if the form does not notice.
+bool GateWindows::eventFilter(QObject* watched, QEvent* event) {
+  return watched == form_.get() && event->type() == QEvent::FocusOut;
 }
 
 // A grab that was had stays until its window is not on screen any more.

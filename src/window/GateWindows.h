@@ -24,6 +24,9 @@ class GateWindows final : public QObject {
   // The program has not answered for some seconds: nobody could pass the gate.
   void programIsMute();
 
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
  private:
   void cover();
   void stand();
