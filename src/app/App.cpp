@@ -35,6 +35,7 @@ void App::start(Lifecycle::Launch launch) {
   blockPage.start();
   timer.resumeRestored();
   launchAtLogin.look();
+  appBlocker.preloadInstalledApps();
   lifecycle.applicationDidFinishLaunching(launch);
 }
 
