@@ -90,6 +90,11 @@ class WithBrowser:
     def address(self, tab=None):
         return self.browser.address(tab or self.tab)
 
+    def visit_lifted(self, site, within=1):
+        """What a program lifts its browsers lift a moment later."""
+        arrived = lambda: eventually(lambda: self.address() == url(site), 0.2)
+        self.assertTrue(eventually(lambda: self.visit(site) or arrived(), within), self.address())
+
     def assertWall(self, tab=None, timeout=5, **query):
         expected = {"r": "focus", **query}
         addresses = []  # the last one is what we judge: a page may be loaded once more
