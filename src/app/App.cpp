@@ -32,6 +32,7 @@ App::App(const Platform& p)
 }
 
 void App::start(Lifecycle::Launch launch) {
+  websites.refreshStatus();
   blockPage.start();
   timer.resumeRestored();
   launchAtLogin.look();
