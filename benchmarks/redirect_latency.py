@@ -5,7 +5,8 @@ All moments are Chromium's own, the time stamps of its navigation events as our 
 gets them (a listener is added to it from outside). A page is answered at once by a server on this
 machine.
   start to wall   from the start of the navigation to a forbidden page to the commit of the wall
-  ours            of this, until the browser starts on its way to the wall: extension, host, program
+  ours            of this, until the browser starts on its way to the wall: extension, host, program;
+                  only where the browser's own rules did not turn the page away (instant_layer.py)
   seen            the forbidden page was committed first; life: for so long, until the wall's commit
   already open    from the answer to "start" on the control socket to the wall's commit
 """
@@ -80,7 +81,7 @@ class Bench:
         first = lambda kind, prefix: next((t for k, u, t in events if k == kind and u.startswith(prefix)), None)
         start, bound, wall = first("start", "http://forbidden"), first("start", WALL), first("commit", WALL)
         commit = first("commit", "http://forbidden")
-        return {"total": wall - start, "ours": bound - start, "loads": wall - bound,
+        return {"total": wall - start, "ours": bound and bound - start, "loads": bound and wall - bound,
                 "life": wall - commit if commit and commit < wall else None,
                 "again": sum(k == "start" and u.startswith(WALL) for k, u, _ in events) - 1}
 
@@ -107,8 +108,8 @@ def main():
         lives = [r["life"] for r in all_runs if r["life"] is not None]
         print("%d runs, load of the machine %.1f" % (runs, os.getloadavg()[0]))
         print("start to wall: %s (goal: median 90)" % words([r["total"] for r in all_runs]))
-        print("  ours:        %s" % words([r["ours"] for r in all_runs]))
-        print("  wall's load: %s" % words([r["loads"] for r in all_runs]))
+        print("  ours:        %s" % words([r["ours"] for r in all_runs if r["ours"]]))
+        print("  wall's load: %s" % words([r["loads"] for r in all_runs if r["loads"]]))
         print("seen: in %d runs; life %s; longer than 150 ms in %d (goal: 1 of 100)" %
               (len(lives), words(lives), sum(life > 150 for life in lives)))
         print("sent more than once: in %d runs" % sum(r["again"] > 0 for r in all_runs))

@@ -32,11 +32,9 @@ App::App(const Platform& p)
 }
 
 void App::start(Lifecycle::Launch launch) {
-  websites.refreshStatus();
   blockPage.start();
   timer.resumeRestored();
   launchAtLogin.look();
-  appBlocker.preloadInstalledApps();
   lifecycle.applicationDidFinishLaunching(launch);
 }
 

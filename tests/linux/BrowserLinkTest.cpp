@@ -226,6 +226,10 @@ TEST_F(BrowserLinkTest, HandsInstantRulesOverInPartsAndAgainOnlyWhenTheyHaveChan
   }
   EXPECT_EQ(domains, 20001u);
   EXPECT_EQ(hand({"1:2:9"}).size(), 1u) << "other tabs";
+  watch();
+  x.stale.send(true);
+  world.advance(Seconds(0.05));
+  EXPECT_EQ(changes(), 1) << "a window that may have come into sight";
   EXPECT_EQ(hand({"1:2:7"}).size(), 0u) << "another tab in the same window";
   host = introduced({}, 101);
   EXPECT_EQ(host.heard().size(), told.size() - 1) << "a new link, with no window on screen";

@@ -23,7 +23,11 @@ struct FakeXWindows final : XWindowSource {
     window.managed = window.onScreen = true;
     return window;
   }
+  Subscription onStale(std::function<void()> told) const override {
+    return stale.subscribe([told = std::move(told)](bool) { told(); });
+  }
   std::vector<X11Window> list;
+  Signal<bool> stale;
 };
 
 // A window as an extension tells of it.

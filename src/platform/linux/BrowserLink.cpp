@@ -18,6 +18,8 @@ constexpr Seconds kPatience(3.0);
 constexpr int64_t kProtocol = 1;
 // Of a long list of domains; an order to send a tab away waits no longer than these take.
 constexpr size_t kMostBytesAhead = 96u << 10;
+// Windows that are dragged about are looked at so often.
+constexpr Seconds kSightInterval(0.03);
 constexpr std::string_view kLogCategory = "BrowserLink";
 
 // Apart from titles and places, which change what nobody may see.
@@ -99,7 +101,9 @@ BrowserLink::BrowserLink(RunLoop& loop, const XWindowSource& windows, Log& log, 
       log_(log),
       processes_(std::move(processes)),
       scaleHint_(scaleHint),
-      self_(std::make_shared<BrowserLink*>(this)) {}
+      self_(std::make_shared<BrowserLink*>(this)) {
+  staleness_ = windows_.onStale([this] { sightMayHaveChanged(); });
+}
 
 BrowserLink::~BrowserLink() {
   for (const auto& [number, link] : links_) link->connection->cancel();
@@ -392,6 +396,14 @@ void BrowserLink::sendScope(Link& link) {
   if (windows == link.scope) return;
   link.scope = std::move(windows);
   transmit(link, scopeFrame(link.scope));
+}
+
+void BrowserLink::sightMayHaveChanged() {
+  if (instant_.rules.empty() || sight_) return;
+  sight_ = loop_.after(kSightInterval, [this] {
+    sight_.reset();
+    for (const auto& [number, link] : links_) tell(*link);
+  });
 }
 
 // --- redirecting and telling ---------------------------------------------------------------------

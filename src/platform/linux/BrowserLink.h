@@ -37,7 +37,9 @@ class SocketListeners;
 // use the same numbers, and a tab that the user has turned away from must not be hit.
 //
 // Instant rules go to every extension that has introduced itself, the lists only when they have
-// changed. An extension enforces them for as long as it hears from its host that we are there.
+// changed. An extension enforces them for as long as it hears from its host that we are there. They
+// must not outlast the sight of a window, so while some are set a watcher also hears of browsers
+// whose windows may have come into sight or out of it.
 //
 // Main thread only.
 class BrowserLink : public BrowserControl, public BrowserLinks {
@@ -106,6 +108,7 @@ class BrowserLink : public BrowserControl, public BrowserLinks {
   void sendRules(Link& link);
   void continueRules(Link& link);
   void sendScope(Link& link);
+  void sightMayHaveChanged();
 
   void tell(const Link& link);
   void deliverNews();
@@ -125,6 +128,8 @@ class BrowserLink : public BrowserControl, public BrowserLinks {
   uint64_t nextRead_ = 1;
 
   InstantRules instant_;
+  Subscription sight_;      // a change of it, about to be told
+  Subscription staleness_;  // of the windows
   std::set<std::string> watched_;
   std::function<void(const std::string&)> onChange_;
   uint64_t watchNumber_ = 0;

@@ -20,7 +20,6 @@ class LinuxDiagnostics final : public Diagnostics {
 
  private:
   Finding windows();
-  static Finding applications(Finding::Grade windows);
   std::vector<Finding> browsers();
   Finding players();
 

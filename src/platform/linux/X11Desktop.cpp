@@ -42,6 +42,9 @@ class X11Desktop::Impl {
   Subscription onWindowsChanged(std::function<void()> changed) const {
     return windowsChanged_.subscribe([changed = std::move(changed)](bool) { changed(); });
   }
+  Subscription onStale(std::function<void()> told) const {
+    return becameStale_.subscribe([told = std::move(told)](bool) { told(); });
+  }
   bool isOverdue() const { return isOverdue_; }
 
   void minimise(uint32_t window) {
@@ -221,22 +224,22 @@ class X11Desktop::Impl {
       case XCB_DESTROY_NOTIFY: {
         const auto& e = reinterpret_cast<const xcb_destroy_notify_event_t&>(event);
         reader_->onDestroyed(e.window);
-        if (isKnown(e.window)) isStale_ = true;
+        if (isKnown(e.window)) markStale();
         break;
       }
       case XCB_REPARENT_NOTIFY:
         reader_->onReparented(reinterpret_cast<const xcb_reparent_notify_event_t&>(event).window);
-        isStale_ = true;
+        markStale();
         break;
       case XCB_MAP_NOTIFY:
       case XCB_UNMAP_NOTIFY:
       case XCB_CONFIGURE_NOTIFY:
       case XCB_GRAVITY_NOTIFY:
       case XCB_CIRCULATE_NOTIFY:
-        isStale_ = true;
+        markStale();
         break;
       default:
-        if (connection_->isMonitorEvent(type)) isStale_ = true;
+        if (connection_->isMonitorEvent(type)) markStale();
     }
   }
 
@@ -246,7 +249,7 @@ class X11Desktop::Impl {
     };
     if (window == connection_->root()) {
       if (isOneOf({XAtom::clientListStacking, XAtom::activeWindow, XAtom::currentDesktop})) {
-        isStale_ = true;
+        markStale();
       }
       if (isOneOf({XAtom::clientListStacking})) windowsChanged_.send(true);
       return;
@@ -261,11 +264,15 @@ class X11Desktop::Impl {
     if (isTitle) {
       staleTitles_.insert(window);
     } else {
-      isStale_ = true;
+      markStale();
     }
     if (property == XCB_ATOM_WM_CLASS || isOneOf({XAtom::windowType, XAtom::wmPid})) {
       windowsChanged_.send(true);
     }
+  }
+
+  void markStale() {
+    if (!std::exchange(isStale_, true)) becameStale_.send(true);
   }
 
   bool isKnown(xcb_window_t window) const {
@@ -292,6 +299,7 @@ class X11Desktop::Impl {
   bool isOverdue_ = false;
   std::unordered_set<xcb_window_t> staleTitles_;
   Signal<bool> windowsChanged_;
+  Signal<bool> becameStale_;
   uint64_t generation_ = 0;
   uint64_t fullReads_ = 0;
   uint64_t earlierRoundTrips_ = 0;  // of connections that are gone
@@ -318,6 +326,9 @@ uint64_t X11Desktop::generation() const {
 }
 Subscription X11Desktop::onWindowsChanged(std::function<void()> changed) const {
   return impl_->onWindowsChanged(std::move(changed));
+}
+Subscription X11Desktop::onStale(std::function<void()> told) const {
+  return impl_->onStale(std::move(told));
 }
 bool X11Desktop::isOverdue() const {
   return impl_->isOverdue();

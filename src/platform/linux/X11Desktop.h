@@ -38,6 +38,7 @@ class X11Desktop final : public Desktop, public XWindowSource {
 
   const std::vector<X11Window>& windows() const override;
   uint64_t generation() const override;
+  Subscription onStale(std::function<void()> told) const override;
 
   // Until the token is dropped, hears that windows may have come or gone or say other things of
   // themselves than before, so that a snapshot may show other applications. Told in the midst of

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "base/Geometry.h"
+#include "base/Subscription.h"
 
 namespace velmora {
 
@@ -35,6 +37,10 @@ class XWindowSource {
   virtual const std::vector<X11Window>& windows() const = 0;
   // Rises whenever windows() may have become another list; equal numbers mean the same list.
   virtual uint64_t generation() const = 0;
+  // Until the token is dropped, hears once after each snapshot that another one may show the
+  // windows in other places, or others. Told in the midst of reading the server: call nothing of
+  // this object from there.
+  virtual Subscription onStale(std::function<void()> told) const = 0;
 };
 
 }  // namespace velmora
