@@ -40,7 +40,7 @@ class Eye:
     def sees_light(self, left, width):
         """Whether any pixel of some columns is bright, as words and rings are and grounds are not."""
         image = ctypes.c_void_p(self.x.XGetImage(self.display, self.root, left, 40, width, self.height - 40, 0xFFFFFF, 2))
-        pixels = (self.x.XGetPixel(image, x, y) for x in range(0, width, 4) for y in range(0, self.height - 40, 3))
+        pixels = (self.x.XGetPixel(image, x, y) for x in range(0, width, 12) for y in range(0, self.height - 40, 5))
         return any(pixel & 0xFF > 150 for pixel in pixels)
 
 
@@ -95,6 +95,7 @@ def main():
             control.ask("reset")
         show("gate", *measure(screen, velmora, eye, lambda: control.ask("start"), through))
         control.ask("window", "show")
+        assert eventually(lambda: eye.sees_light(560, 160), 10, 0.02)
         time.sleep(4)
         pid = window_process(screen, velmora)
         before = processor_seconds(pid)
