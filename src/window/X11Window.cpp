@@ -20,7 +20,8 @@ struct Connection {
   static Connection ofQt() {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     if (!x11 || !x11->connection()) return {};
-    return {x11->connection(), xcb_setup_roots_iterator(xcb_get_setup(x11->connection())).data->root};
+    const auto* setup = xcb_get_setup(x11->connection());
+    return {x11->connection(), xcb_setup_roots_iterator(setup).data->root};
   }
   explicit operator bool() const { return xcb != nullptr; }
 
@@ -36,7 +37,8 @@ struct Connection {
                         atom(name), type, 32, static_cast<uint32_t>(values.size()), values.data());
     xcb_flush(xcb);
   }
-  void tellManager(QWindow& window, std::string_view type, const std::vector<uint32_t>& data) const {
+  void tellManager(QWindow& window, std::string_view type,
+                   const std::vector<uint32_t>& data) const {
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
