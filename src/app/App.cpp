@@ -32,9 +32,11 @@ App::App(const Platform& p)
 }
 
 void App::start(Lifecycle::Launch launch) {
+  websites.refreshStatus();
   blockPage.start();
   timer.resumeRestored();
   launchAtLogin.look();
+  appBlocker.preloadInstalledApps();
   lifecycle.applicationDidFinishLaunching(launch);
 }
 

@@ -551,6 +551,8 @@ const std::vector<CommandTable::Command>& CommandTable::commands() {
       {"sites", "list | quick | add|remove|on|off SITE...", "Sites that a session blocks", sites},
       {"apps", "list | add ID [NAME] | remove|on|off ID", "Applications that a session closes",
        apps},
+      {"applications", "[--json]", "Applications that can be put on a list",
+       commands::applications},
       {"presets", "list | add NAME | ...", "Sets of tools for Brak mode", presets},
       {"modules", "[list] | on|off NAME", "What is on beyond the timer", modules},
       {"install-browser-link", "", "Let the browsers on this machine reach Velmora",

@@ -44,6 +44,23 @@ bool takeFlag(Arguments& arguments, std::string_view flag) {
   return std::erase(arguments, flag) > 0;
 }
 
+CommandResult applications(const Environment& e, const Arguments& arguments) {
+  Arguments rest = arguments;
+  const bool asJson = takeFlag(rest, "--json");
+  if (!rest.empty()) return CommandResult::misused("applications [--json]");
+  json::Value::Array list;
+  std::string lines;
+  for (const auto& app : e.app.appBlocker.installedApps.get()) {
+    if (asJson)
+      list.push_back(
+          json::Value::Object{{"id", app.bundleID}, {"name", app.name}, {"icon", app.icon}});
+    else
+      lines += line(app.name + " (" + app.bundleID + ")");
+  }
+  e.app.appBlocker.preloadInstalledApps();
+  return CommandResult::done(asJson ? jsonLine(std::move(list)) : lines);
+}
+
 CommandResult window(const Environment& e, const Arguments& arguments) {
   const std::string verb = joined(arguments);
   if (verb == "show")

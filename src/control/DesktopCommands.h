@@ -19,6 +19,7 @@ std::string joined(const Arguments& words, size_t from = 0);
 // Whether the flag was there; it is not afterwards.
 bool takeFlag(Arguments& arguments, std::string_view flag);
 
+CommandResult applications(const Environment& e, const Arguments& arguments);
 CommandResult window(const Environment& e, const Arguments& arguments);
 CommandResult hud(const Environment& e, const Arguments& arguments);
 CommandResult notice(const Environment& e, const Arguments& arguments);

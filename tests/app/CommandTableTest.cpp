@@ -82,6 +82,12 @@ TEST_F(CommandTableTest, ListsTakeSitesAppsAndPresets) {
 
   EXPECT_EQ(d.status("apps", {"add", "chromium", "My", "browser"}), 0);
   EXPECT_EQ(d.app->lists.blockedApps.get()[0].bundleID, "org.chromium.Chromium");
+  d.installed.found = {{"Editor", "org.editor", "", "/editor.png"}};
+  for (const char* list :
+       {"[]\n", "[{\"id\":\"org.editor\",\"name\":\"Editor\",\"icon\":\"/editor.png\"}]\n"}) {
+    EXPECT_EQ(d.tell("applications", {"--json"}).output, list);
+    world.settle();
+  }
 
   EXPECT_EQ(d.status("presets", {"add", "Thesis"}), 0);
   EXPECT_EQ(d.status("presets", {"allow-site", "thesis", "arxiv.org"}), 0);

@@ -8,7 +8,7 @@ from browsers import REPOSITORY, Web, eventually
 from stage import Screen, Velmora, wall_reason
 
 HOLD = 1.9  # seconds for which what stays is watched: longer than from one look to the next
-MOMENT = 0.4  # seconds until a browser surely has the rules of the moment
+MOMENT = 0.4  # seconds until browsers surely know what is in sight
 HOME = "http://home.test/"
 LOGS = os.path.join(REPOSITORY, "build", "e2e")
 
@@ -90,6 +90,11 @@ class WithBrowser:
 
     def address(self, tab=None):
         return self.browser.address(tab or self.tab)
+
+    def visit_lifted(self, site, within=1):
+        """What a program lifts its browsers lift a moment later."""
+        arrived = lambda: eventually(lambda: self.address() == url(site), 0.2)
+        self.assertTrue(eventually(lambda: self.visit(site) or arrived(), within), self.address())
 
     def assertWall(self, tab=None, timeout=5, **query):
         expected = {"r": "focus", **query}

@@ -45,8 +45,7 @@ class Blocking(WithBrowser):
 
     def test_a_tab_already_open_goes_when_the_session_begins(self):
         self.velmora.tell("reset")
-        time.sleep(MOMENT)
-        self.visit("listed.test")
+        self.visit_lifted("listed.test")
         self.assertStays("listed.test")
         self.velmora.tell("start")
         self.assertWall(d="listed.test", timeout=1)
@@ -55,9 +54,7 @@ class Blocking(WithBrowser):
         self.browser.run(self.tab, "history.pushState({}, '', '/listed.test') || 1")
         self.assertEqual(self.address(), HOME + "listed.test")
         self.velmora.tell("pause")
-        time.sleep(MOMENT)
-        self.visit("listed.test")
-        self.assertTrue(eventually(lambda: self.address() == url("listed.test")))
+        self.visit_lifted("listed.test")
         self.browser.run(self.tab, "history.pushState({}, '', '/feed/2') || 1")
         self.velmora.tell("start")
         self.assertWall(d="listed.test")
@@ -75,8 +72,7 @@ class Blocking(WithBrowser):
 
     def test_a_pause_lifts_and_a_start_blocks_again(self):
         self.velmora.tell("pause")
-        time.sleep(MOMENT)
-        self.visit("listed.test")
+        self.visit_lifted("listed.test")
         self.assertStays("listed.test")
         self.velmora.tell("start")
         self.assertWall(d="listed.test")
@@ -87,8 +83,7 @@ class Blocking(WithBrowser):
         self.velmora.tell("sites", "add", "later.test")
         self.assertWall(d="later.test")
         self.velmora.tell("sites", "remove", "later.test")
-        time.sleep(MOMENT)
-        self.visit("later.test")
+        self.visit_lifted("later.test")
         self.assertStays("later.test")
 
     def test_brak_mode_asks_first_and_then_allows_only_the_presets_sites(self):
@@ -118,8 +113,7 @@ class Blocking(WithBrowser):
     def test_a_killed_program_comes_back_with_its_clock_and_its_blocking(self):
         began, expected = time.time(), self.remaining()
         self.velmora.kill()
-        time.sleep(MOMENT)
-        self.visit("listed.test")
+        self.visit_lifted("listed.test", within=5)
         self.assertStays("listed.test")
         self.velmora.start()
         self.assertWall(d="listed.test", timeout=12)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Shows on a private display what Velmora blocks and what it leaves alone, in a real Chromium.
+"""Shows on a private display what Velmora blocks, closes and leaves alone, with a real Chromium.
 
 Everything is private: display, home, network. Prints one row for each promise as it is put to the
 proof, writes them to build/demo/table.txt with screenshots beside, and exits 0 if all held.
@@ -8,6 +8,7 @@ proof, writes them to build/demo/table.txt with screenshots beside, and exits 0 
 import base64
 import hashlib
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -201,9 +202,9 @@ class Demo:
     # --- the proofs ---
 
     def run(self):
-        for proof in (self.without_session, self.soft_session, self.background_tab, self.minimised_window,
-                      self.covered_window, self.site_added, self.pause_and_resume, self.kill_and_return,
-                      self.brak_mode):
+        for proof in (self.without_session, self.soft_session, self.instant_layer, self.application,
+                      self.background_tab, self.minimised_window, self.covered_window, self.site_added,
+                      self.pause_and_resume, self.kill_and_return, self.brak_mode):
             proof()
 
     def without_session(self):
@@ -220,6 +221,30 @@ class Demo:
         self.goes("a listed site", "d=reddit.com", self.visit("reddit.com"), shot="wall")
         self.goes("a subdomain of a listed site", "d=old.reddit.com", self.visit("old.reddit.com"))
         self.stays("a site that is not listed", "github.com", self.visit("github.com"), shot="allowed-site")
+
+    def instant_layer(self):
+        """In a tab on screen a forbidden page is not even asked for."""
+        asked = len(self.web.requests)
+        self.goes("the instant layer: a listed site again", "d=reddit.com", self.visit("reddit.com"))
+        hosts = [host for host, _ in self.web.requests[asked:] if "reddit" in host]
+        self.table.row("... which its server hears nothing of", "0 requests", "%d requests" % len(hosts), not hosts)
+
+    def application(self):
+        listed = lambda: subprocess.Popen(["xterm", "-T", "Games"], env=self.screen.environment,
+                                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        terminal = self.keep(listed(), "kill")
+        self.screen.window("Games")
+        self.ends("an open application, once it is listed", terminal, self.tell("apps", "add", "xterm"))
+        terminal = self.keep(listed(), "kill")
+        self.ends("a listed application that is started", terminal)
+        self.velmora.tell("apps", "remove", "xterm")
+
+    def ends(self, what, process, act=None):
+        began = time.monotonic()
+        if act:
+            act()
+        closed = eventually(lambda: process.poll() is not None, 6, 0.004)
+        self.table.row(what, "closed", "closed" if closed else "running", bool(closed), (time.monotonic() - began) * 1000)
 
     def background_tab(self):
         tab = self.browser.open_tab(self.url("www.youtube.com"), shown=False)
@@ -273,6 +298,10 @@ class Demo:
                        answer.status == 1 and "velmora focus PRESET" in answer.error)
         gate = self.velmora.status()["gate"]["showing"]
         self.table.row("Brak mode: the gate shows in the status", "showing", "showing" if gate else "not showing", gate)
+        stands = lambda: re.search(r'"Velmora".* 1280x860\+0\+0 ', self.screen.run("xwininfo", "-root", "-tree"))
+        stood = eventually(stands, 5, 0.02)
+        self.table.row("Brak mode: the gate stands on the screen", "1280x860", "1280x860" if stood else "no", bool(stood))
+        self.shot("gate")
         self.velmora.tell("focus", "Deep Work", "--task", "Write the report")
         began = time.time()
         self.stays("Brak mode: a site of the chosen preset", "github.com", self.visit("github.com"), shot="brak-allowed")

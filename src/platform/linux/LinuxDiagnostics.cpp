@@ -34,8 +34,7 @@ LinuxDiagnostics::LinuxDiagnostics(const LinuxAppCatalog& catalog, Desktop& desk
 std::vector<Finding> LinuxDiagnostics::examine() {
   std::vector<Finding> all{windows()};
   for (auto& finding : browsers()) all.push_back(std::move(finding));
-  all.push_back({Grade::limited, "Applications",
-                 "listed applications are not closed by this version; sites are blocked", ""});
+  all.push_back(applications(all.front().grade));
   all.push_back(players());
   return all;
 }
@@ -59,6 +58,14 @@ Finding LinuxDiagnostics::windows() {
             "log in to an X11 session"};
   return {Grade::missing, "Windows", "no X server can be reached",
           "start Velmora inside a desktop session, where DISPLAY is set"};
+}
+
+Finding LinuxDiagnostics::applications(Grade windows) {
+  if (windows == Grade::missing)
+    return {windows, "Applications", "without their windows no application is found or closed", ""};
+  return {Grade::works, "Applications",
+          "closed when a window of theirs opens; terminals and what runs inside them count as one",
+          ""};
 }
 
 std::vector<Finding> LinuxDiagnostics::browsers() {

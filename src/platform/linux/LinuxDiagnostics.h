@@ -20,6 +20,7 @@ class LinuxDiagnostics final : public Diagnostics {
 
  private:
   Finding windows();
+  static Finding applications(Finding::Grade windows);
   std::vector<Finding> browsers();
   Finding players();
 
