@@ -1,7 +1,5 @@
 #include "platform/macos/LaunchctlAgent.h"
 
-#include <regex>
-
 #include "platform/sim/Fakes.h"
 #include "support/TempFolder.h"
 
@@ -17,7 +15,9 @@ TEST(LaunchctlAgent, WritesThesePropertyListsAndTellsTheSystem) {
     agent.install();
     std::ifstream file(path);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const auto flat = std::regex_replace(text.substr(text.find("<dict>")), std::regex(">\n *"), ">");
+    std::string flat = text.substr(text.find("<dict>"));
+    for (size_t end; (end = flat.find('\n')) != flat.npos;)
+      flat.erase(end, flat.find_first_not_of("\n ", end) - end);
     EXPECT_EQ(flat, "<dict><key>Label</key><string>" + label +
                         "</string><key>ProgramArguments</key><array><string>" + rest);
     for (int i = 0; i < 2; ++i) agent.remove();
