@@ -64,6 +64,7 @@ class WithScreen(WithVelmora):
 class Gate(WithScreen):
     def test_it_keeps_every_key_and_leads_on_by_the_form_alone(self):
         takes = self.notebook()
+        self.velmora.tell("presets", "allow-app", "Editing", "xterm")
         self.raise_gate()
         self.keys("key", "alt+Tab", "alt+F4", "ctrl+alt+Right", "Escape")
         self.screen.run("wmctrl", "-a", "notebook")

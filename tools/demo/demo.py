@@ -22,6 +22,7 @@ from stage import Screen, Velmora, leave_network, wall_reason
 
 OUT = os.path.join(ROOT, "build", "demo")
 HOLD = 1.9  # seconds for which what stays is watched: longer than from one look to the next
+MOMENT = 0.5  # seconds until the browser surely knows what is out of sight, or lifted
 FULL = 25 * 60
 BROWSER, COVER = (30, 20, 1100, 760), (20, 90, 1000, 700)
 
@@ -254,12 +255,14 @@ class Demo:
 
     def minimised_window(self):
         self.screen.minimise(self.window)
+        time.sleep(MOMENT)
         self.stays("a minimised window on a listed site", "reddit.com", self.visit("reddit.com"), shot="minimised")
         self.goes("... once it is restored", "d=reddit.com", lambda: self.screen.raise_(self.window))
 
     def covered_window(self):
         cover = self.screen.terminal("Report draft", *COVER)
         self.velmora.note("(demo: covered)")
+        time.sleep(MOMENT)
         self.stays("a window covered by more than three quarters", "reddit.com", self.visit("reddit.com"),
                    shot="covered")
         self.goes("... once it is uncovered", "d=reddit.com", lambda: self.screen.close_window(cover))
@@ -271,6 +274,7 @@ class Demo:
 
     def pause_and_resume(self):
         self.velmora.tell("pause")
+        time.sleep(MOMENT)
         left = self.clock(time.time())
         self.stays("a listed site while the session is paused", "reddit.com", self.visit("reddit.com"), shot="paused")
         self.agree("status and stored keys: a paused session", lambda _: left, running=False, active=False)
@@ -281,6 +285,7 @@ class Demo:
 
     def kill_and_return(self):
         self.velmora.kill()
+        time.sleep(2 * MOMENT)
         self.browser.go(self.tab, self.url("reddit.com"))
         eventually(lambda: self.look() == "reddit.com", 3)
         self.goes("after kill -9 and a restart: the blocking is back", "d=reddit.com", self.velmora.start)
