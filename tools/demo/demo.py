@@ -274,8 +274,8 @@ class Demo:
 
     def pause_and_resume(self):
         self.velmora.tell("pause")
-        time.sleep(MOMENT)
         left = self.clock(time.time())
+        time.sleep(MOMENT)
         self.stays("a listed site while the session is paused", "reddit.com", self.visit("reddit.com"), shot="paused")
         self.agree("status and stored keys: a paused session", lambda _: left, running=False, active=False)
         self.goes("... once the session is resumed", "d=reddit.com", self.tell("start"))
