@@ -23,10 +23,11 @@ FocusScope {
     function drive(verb: string) {
         const start = verb === "start"
         if (!pomodoro) return shell.ask(screen, [verb])
-        // At the gate there is nothing to be told: it stands in front of everything.
+        // A start that stops at the gate has nothing to tell: the gate stands in front of
+        // everything a moment after the answer.
+        const gate = session.mode === "brak" && !task
         if (start) Velmora.run("start", [], result => {
-            if (result.status !== 0 && !Velmora.state.gate?.showing)
-                shell.say(result.error.trim(), true)
+            if (result.status !== 0 && !gate) shell.say(result.error.trim(), true)
         })
         else shell.ask(verb)
     }
