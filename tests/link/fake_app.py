@@ -80,7 +80,7 @@ class FakeApp:
             while True:
                 self.links.append(Link(server.accept()[0], self.reads))
 
-    def link(self, number=0, timeout=5.0):
+    def link(self, number=0, timeout=15.0):
         """The host that called as the number-th; fails if none does in time."""
         assert eventually(lambda: len(self.links) > number, timeout), "no host called"
         return self.links[number]
