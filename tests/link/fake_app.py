@@ -72,7 +72,8 @@ class FakeApp:
         self.server = socket.socket(socket.AF_UNIX)
         self.server.bind(self.path)
         self.server.listen(8)
-        threading.Thread(target=self._accept, args=(self.server,), daemon=True).start()
+        self.thread = threading.Thread(target=self._accept, args=(self.server,), daemon=True)
+        self.thread.start()
         return self
 
     def _accept(self, server):
@@ -89,6 +90,7 @@ class FakeApp:
         """Ends as a killed process does: connections close, the socket file stays behind."""
         if self.server:
             self.server.shutdown(socket.SHUT_RDWR)
+            self.thread.join(5)  # or it takes the callers of whoever gets the number of our socket next
             self.server.close()
         self.server = None
         for link in self.links:
