@@ -5,13 +5,22 @@
 #include <string>
 #include <vector>
 
+#include "schedule/model/ScheduleEntry.h"
+
 namespace velmora {
 
 // Steps that can be taken back and done again. A step registered while another is being undone
 // becomes what redo does, and the other way about. Main lane.
 class UndoManager {
  public:
-  void registerUndo(std::string actionName, std::function<void()> action);
+  // A planner's whole list.
+  struct List {
+    ScheduleOperatingMode planner = ScheduleOperatingMode::calendar;
+    std::vector<ScheduleEntry> entries;
+  };
+
+  // `restores` is what `action` puts in place, for whoever must judge it before it is taken.
+  void registerUndo(std::string actionName, List restores, std::function<void()> action);
   // False when there is nothing.
   bool undo();
   bool redo();
@@ -19,10 +28,14 @@ class UndoManager {
   // The names of what would be undone or redone: "Move Mission".
   std::optional<std::string> undoActionName() const;
   std::optional<std::string> redoActionName() const;
+  // What would be put in place; null when there is nothing. Valid until the next change.
+  const List* undoRestores() const;
+  const List* redoRestores() const;
 
  private:
   struct Step {
     std::string name;
+    List restores;
     std::function<void()> action;
   };
   enum class Doing { nothing, undoing, redoing };
