@@ -29,4 +29,11 @@ std::vector<SchedulePomodoroPhase> SchedulePomodoroPlan::phases(int64_t totalSec
   return phases;
 }
 
+std::vector<SchedulePomodoroPhase> SchedulePomodoroPlan::phases(int64_t totalSeconds,
+                                                                const PomodoroSettings& settings) {
+  return phases(totalSeconds, settings.fullLength(SessionType::focus),
+                settings.fullLength(SessionType::shortBreak),
+                settings.fullLength(SessionType::longBreak), settings.sessionsBeforeLongBreak);
+}
+
 }  // namespace velmora

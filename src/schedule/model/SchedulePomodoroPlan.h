@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/model/PomodoroSettings.h"
 #include "core/model/SessionType.h"
 
 namespace velmora {
@@ -22,6 +23,8 @@ struct SchedulePomodoroPlan {
                                                    int64_t shortBreakSeconds,
                                                    int64_t longBreakSeconds,
                                                    int64_t longBreakEvery);
+  static std::vector<SchedulePomodoroPhase> phases(int64_t totalSeconds,
+                                                   const PomodoroSettings& settings);
 };
 
 }  // namespace velmora

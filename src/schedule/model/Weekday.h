@@ -2,6 +2,7 @@
 
 #include <array>
 #include <bit>
+#include <chrono>
 #include <cstdint>
 #include <initializer_list>
 #include <string_view>
@@ -23,6 +24,7 @@ inline constexpr std::array ordered{Weekday::mon, Weekday::tue, Weekday::wed, We
 // "M", and "Monday".
 std::string_view shortName(Weekday day);
 std::string_view fullName(Weekday day);
+Weekday weekdayOf(std::chrono::local_days day);
 
 // A set of days; it goes through them from Sunday to Saturday.
 class Weekdays {

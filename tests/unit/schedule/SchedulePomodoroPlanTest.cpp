@@ -1,6 +1,6 @@
-#include "schedule/model/SchedulePomodoroPlan.h"
-
 #include <gtest/gtest.h>
+
+#include "schedule/model/SchedulePomodoroPlan.h"
 
 namespace velmora {
 namespace {
@@ -8,7 +8,15 @@ namespace {
 TEST(PomodoroPlan, EveryNthBreakIsLongAndTheEndOfTheBlockWins) {
   using Phases = std::vector<SchedulePomodoroPhase>;
   using enum SessionType;
-  const auto plan = SchedulePomodoroPlan::phases;
+  const auto plan = [](int64_t total, int64_t focusSeconds, int64_t brief, int64_t full,
+                       int64_t every) {
+    return SchedulePomodoroPlan::phases(total, focusSeconds, brief, full, every);
+  };
+  EXPECT_EQ(SchedulePomodoroPlan::phases(3600, PomodoroSettings{}),
+            (Phases{{focus, 0, 1500},
+                    {shortBreak, 1500, 1800},
+                    {focus, 1800, 3300},
+                    {shortBreak, 3300, 3600}}));
   EXPECT_EQ(plan(40, 10, 2, 5, 2), (Phases{{focus, 0, 10},
                                            {shortBreak, 10, 12},
                                            {focus, 12, 22},
