@@ -1,61 +1,27 @@
 #include "platform/macos/LaunchctlAgent.h"
 
 #include <filesystem>
-#include <fstream>
 #include <vector>
+
+#include "platform/macos/AgentTexts.h"
 
 namespace velmora {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string escaped(const std::string& text) {
-  std::string out;
-  for (const char c : text) {
-    if (c == '&')
-      out += "&amp;";
-    else if (c == '<')
-      out += "&lt;";
-    else
-      out += c;
-  }
-  return out;
-}
-
-// For a place between double quotes.
-std::string shellEscaped(const std::string& text) {
-  std::string out;
-  for (const char c : text) {
-    if (c == '"' || c == '\\' || c == '$' || c == '`') out += '\\';
-    out += c;
-  }
-  return out;
-}
-
 std::string entry(const std::string& key, const std::string& value) {
   return "    <key>" + key + "</key>\n    " + value + "\n";
 }
 
 std::string text(const std::string& value) {
-  return "<string>" + escaped(value) + "</string>";
+  return "<string>" + xmlEscaped(value) + "</string>";
 }
 
 std::string list(const std::vector<std::string>& values) {
   std::string out = "<array>\n";
   for (const auto& value : values) out += "        " + text(value) + "\n";
   return out + "    </array>";
-}
-
-// All of the file or nothing.
-bool writeWhole(const std::string& path, const std::string& content) {
-  const std::string draft = path + ".new";
-  std::ofstream file(draft, std::ios::binary | std::ios::trunc);
-  file << content;
-  file.close();
-  std::error_code error;
-  if (!file) return fs::remove(draft, error), false;
-  fs::rename(draft, path, error);
-  return !error;
 }
 
 }  // namespace
@@ -81,12 +47,8 @@ LaunchctlAgent::LaunchctlAgent(Processes& processes, const std::string& folder,
                                const std::string& label, const std::string& keys)
     : processes_(processes),
       path_(folder + "/" + label + ".plist"),
-      text_(
-          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-          "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-          "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-          "<plist version=\"1.0\">\n<dict>\n" +
-          entry("Label", text(label)) + keys + "</dict>\n</plist>\n") {}
+      text_(std::string(kPropertyListHead) + "<plist version=\"1.0\">\n<dict>\n" +
+            entry("Label", text(label)) + keys + "</dict>\n</plist>\n") {}
 
 bool LaunchctlAgent::isInstalled() const {
   std::error_code error;
