@@ -25,10 +25,12 @@
 #include "platform/linux/LaunchAgents.h"
 #include "platform/linux/LinuxAppCatalog.h"
 #include "platform/linux/LinuxDiagnostics.h"
+#include "platform/linux/LinuxScheduleAgent.h"
 #include "platform/linux/LogindSession.h"
 #include "platform/linux/Paths.h"
 #include "platform/linux/PolkitAuthentication.h"
 #include "platform/linux/ProcessIdentity.h"
+#include "platform/linux/ScheduleTable.h"
 #include "platform/linux/SocketListeners.h"
 #include "platform/linux/SqlitePreferences.h"
 #include "platform/linux/SystemClock.h"
@@ -80,6 +82,8 @@ class Resident {
         statusItem_(loop_),
         guardian_(AgentPlaces::current(local::residentProgram()), commandLine_),
         loginAgent_(AgentPlaces::current(local::residentProgram())),
+        scheduleAgent_(AgentPlaces::current(local::residentProgram()),
+                       scheduleTablePath(dataFolder), commandLine_, agentClock_),
         authentication_(loop_, log_),
         agentQueue_("keepalive"),
         app_(Platform{clock_, loop_, pageQueue_, scanQueue_, *preferences_, random_, desktop_,
@@ -168,6 +172,8 @@ class Resident {
   CommandProcesses commandLine_;
   GuardianAgent guardian_;
   LoginAgent loginAgent_;
+  SystemClock agentClock_;  // of the queue of agents
+  LinuxScheduleAgent scheduleAgent_;
   PolkitAuthentication authentication_;
   WorkerQueue agentQueue_;
   App app_;
@@ -212,6 +218,10 @@ std::string controlSocketPath() {
 
 std::string instanceLockPath(const std::string& dataFolder) {
   return dataFolder + "/velmora.lock";
+}
+
+std::string scheduleTablePath(const std::string& dataFolder) {
+  return dataFolder + "/" + watch::kTableFile;
 }
 
 int runResident(Lifecycle::Launch launch) {

@@ -17,5 +17,7 @@ int runResident(Lifecycle::Launch launch);
 std::string controlSocketPath();
 // The file that the one resident program of a user locks, in its data folder.
 std::string instanceLockPath(const std::string& dataFolder);
+// What the watchdog of the schedule knows of the missions, in the same folder.
+std::string scheduleTablePath(const std::string& dataFolder);
 
 }  // namespace velmora

@@ -1,12 +1,9 @@
 #include "shell/Watcher.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
-#include <optional>
 #include <thread>
 
 #include "platform/linux/DisplayWatch.h"
@@ -15,38 +12,16 @@
 #include "platform/linux/LaunchAgents.h"
 #include "platform/linux/Paths.h"
 #include "platform/linux/Spawn.h"
+#include "shell/Detached.h"
 #include "shell/Resident.h"
 
 namespace velmora {
 namespace {
 
-constexpr int kPatience = 60;    // seconds
 constexpr int kLostDisplay = 2;  // looks in a row
 
-// Leaves the terminal, the session and the files of whoever started us.
-void detach() {
-  setsid();
-  std::signal(SIGHUP, SIG_IGN);
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGCHLD, SIG_IGN);  // nobody is waited for
-  [[maybe_unused]] const int moved = chdir("/");
-  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(null, fd);
-}
-
-// One waits at the most.
-std::optional<InstanceLock> waitForTurn(const std::string& path) {
-  const auto place = InstanceLock::acquire(path + ".next");
-  if (!place) return std::nullopt;
-  for (int i = 0; i < kPatience; ++i) {
-    if (auto lock = InstanceLock::acquire(path)) return lock;
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-  }
-  return std::nullopt;
-}
-
 void watch(const std::string& program, const std::string& data, const std::string& marker) {
-  const auto turn = waitForTurn(data + "/watcher.lock");
+  const auto turn = detached::waitForTurn(data + "/watcher.lock");
   if (!turn) return;
   const bool hasDisplay = std::getenv("DISPLAY") != nullptr;
   int lost = 0;
@@ -69,9 +44,8 @@ int runWatcher(const std::string& program) {
   const auto data = paths::dataFolder(error);
   const auto marker = AgentPlaces::current(program).autostart(agents::kGuardianEntry);
   if (!data || access(marker.c_str(), F_OK) != 0) return 1;
-  const pid_t child = fork();
+  const pid_t child = detached::fork();
   if (child != 0) return child > 0 ? 0 : 1;
-  detach();
   watch(program, *data, marker);
   return 0;
 }

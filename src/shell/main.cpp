@@ -9,6 +9,7 @@
 #include "shell/ControlClient.h"
 #include "shell/LocalCommands.h"
 #include "shell/Resident.h"
+#include "shell/ScheduleCheck.h"
 #include "shell/Watcher.h"
 
 namespace {
@@ -75,6 +76,10 @@ int main(int argc, char** argv) {
     return velmora::runResident(Launch::silent);
   if (command == "--guard") return guard();
   if (command == "--watch") return velmora::runWatcher(velmora::local::residentProgram());
+  if (command == "--schedule-check")
+    return velmora::runScheduleCheck(velmora::local::residentProgram());
+  if (command == "--schedule-watch")
+    return velmora::runScheduleWatch(velmora::local::residentProgram());
   if (command == "--gallery") return showGallery();
   if (command == "--version") return show(CommandResult::done("velmora " VELMORA_VERSION "\n"));
   if (command == "help" || command == "--help" || command == "-h")

@@ -25,6 +25,15 @@ std::string folderOf(const char* variable, const std::string& fallback) {
   return value && value[0] == '/' ? value : fallback;
 }
 
+constexpr const char* kDisplayVariables[] = {"DISPLAY", "XAUTHORITY", "WAYLAND_DISPLAY"};
+
+std::vector<std::string> variablesOfUser() {
+  std::vector<std::string> out;
+  for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "TZ"})
+    if (const char* value = std::getenv(name)) out.push_back(name + std::string("=") + value);
+  return out;
+}
+
 }  // namespace
 
 bool writeAgentFile(const std::string& path, const std::string& text) {
@@ -42,7 +51,7 @@ bool writeAgentFile(const std::string& path, const std::string& text) {
 AgentPlaces AgentPlaces::current(const std::string& program) {
   const auto runtime = folderOf("XDG_RUNTIME_DIR", "/run/user/" + std::to_string(getuid()));
   return {folderOf("XDG_CONFIG_HOME", paths::home() + "/.config"), runtime + "/systemd/private",
-          program};
+          program, variablesOfUser()};
 }
 
 std::string AgentPlaces::unit(const std::string& name) const {
@@ -53,8 +62,37 @@ std::string AgentPlaces::autostart(const std::string& name) const {
   return configHome + "/autostart/" + name;
 }
 
+bool UserManager::isThere() const {
+  return exists(places_.userManager);
+}
+
+void UserManager::importDisplay() {
+  std::vector<std::string> variables{"import-environment"};
+  for (const char* name : kDisplayVariables)
+    if (std::getenv(name)) variables.emplace_back(name);
+  if (variables.size() > 1) control(variables);
+}
+
+bool UserManager::control(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), {"systemctl", "--user"});
+  const auto outcome = processes_.run(arguments);
+  return outcome && outcome->status == 0;
+}
+
+bool UserManager::startProgram(const std::string& argument) {
+  std::vector<std::string> words{"systemd-run", "--user", "--quiet", "--collect",
+                                 "--service-type=exec", "--slice=app.slice",
+                                 "--unit=app-com.velmora.app@mission.service"};
+  for (const char* name : kDisplayVariables)
+    if (std::getenv(name)) words.push_back(std::string("--setenv=") + name);
+  for (const auto& variable : places_.variables) words.push_back("--setenv=" + variable);
+  words.insert(words.end(), {"--", places_.program, argument});
+  const auto outcome = processes_.run(words);
+  return outcome && outcome->status == 0;
+}
+
 GuardianAgent::GuardianAgent(AgentPlaces places, Processes& processes)
-    : places_(std::move(places)), processes_(processes) {}
+    : places_(places), processes_(processes), manager_(places, processes) {}
 
 bool GuardianAgent::isInstalled() const {
   return exists(places_.unit(agents::kGuardianTimer)) ||
@@ -62,7 +100,7 @@ bool GuardianAgent::isInstalled() const {
 }
 
 void GuardianAgent::install() {
-  if (exists(places_.userManager) && installUnits()) {
+  if (manager_.isThere() && installUnits()) {
     erase(places_.autostart(agents::kGuardianEntry));
     return;
   }
@@ -81,33 +119,24 @@ void GuardianAgent::revive() {
     processes_.run({places_.program, "--watch"});
 }
 
-// What the manager starts finds the display by the manager's own variables.
 bool GuardianAgent::installUnits() {
   if (!writeAgentFile(places_.unit(agents::kGuardianService),
                       agents::guardianService(places_.program)) ||
       !writeAgentFile(places_.unit(agents::kGuardianTimer), agents::guardianTimer()))
     return false;
-  std::vector<std::string> variables{"import-environment"};
-  for (const char* name : {"DISPLAY", "XAUTHORITY", "WAYLAND_DISPLAY"})
-    if (std::getenv(name)) variables.emplace_back(name);
-  if (variables.size() > 1) control(variables);
-  return control({"daemon-reload"}) && control({"enable", "--now", agents::kGuardianTimer});
+  manager_.importDisplay();
+  return manager_.control({"daemon-reload"}) &&
+         manager_.control({"enable", "--now", agents::kGuardianTimer});
 }
 
 void GuardianAgent::removeUnits() {
   const auto timer = places_.unit(agents::kGuardianTimer);
   const auto service = places_.unit(agents::kGuardianService);
   if (!exists(timer) && !exists(service)) return;
-  control({"disable", "--now", agents::kGuardianTimer});
+  manager_.control({"disable", "--now", agents::kGuardianTimer});
   erase(timer);
   erase(service);
-  control({"daemon-reload"});
-}
-
-bool GuardianAgent::control(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), {"systemctl", "--user"});
-  const auto outcome = processes_.run(arguments);
-  return outcome && outcome->status == 0;
+  manager_.control({"daemon-reload"});
 }
 
 bool LoginAgent::isInstalled() const {

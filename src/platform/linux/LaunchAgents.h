@@ -14,11 +14,34 @@ struct AgentPlaces {
   std::string configHome;   // $XDG_CONFIG_HOME or its default
   std::string userManager;  // the private socket of the systemd user manager
   std::string program;      // the resident program's path
+  // "NAME=value": where this process was told to keep its files and which zone it is in. The user
+  // manager may not know.
+  std::vector<std::string> variables{};
   // Of this process.
   static AgentPlaces current(const std::string& program);
 
   std::string unit(const std::string& name) const;
   std::string autostart(const std::string& name) const;
+};
+
+// The systemd user manager, where a user has one.
+class UserManager {
+ public:
+  // `processes` outlives this object.
+  UserManager(const AgentPlaces& places, Processes& processes)
+      : places_(places), processes_(processes) {}
+  bool isThere() const;
+  // Lets what the manager starts find the display that we have.
+  void importDisplay();
+  // `systemctl --user` with these; whether it obeyed.
+  bool control(std::vector<std::string> arguments);
+  // Runs the program with this argument as a unit of its own, which outlives whoever asks. False
+  // when it can't, or when one that was started so is still there.
+  bool startProgram(const std::string& argument);
+
+ private:
+  const AgentPlaces places_;
+  Processes& processes_;
 };
 
 // Brings the program back every 15 seconds when it is gone: a timer of the systemd user manager,
@@ -39,10 +62,10 @@ class GuardianAgent final : public LaunchAgent {
  private:
   bool installUnits();
   void removeUnits();
-  bool control(std::vector<std::string> arguments);
 
   const AgentPlaces places_;
   Processes& processes_;
+  UserManager manager_;
 };
 
 // Starts the program at login, by an autostart entry.

@@ -83,7 +83,7 @@ class SqlitePreferences::File {
   File& operator=(const File&) = delete;
 
   int openForWriting(const std::string& path);
-  int openForReading(const std::string& address);
+  int openForReading(const std::string& address, std::chrono::milliseconds patience);
   int load(Values& values, Log& log);
   int save(const std::set<std::string>& keys, const Values& values, Log& log);
   const std::string& reason() const { return reason_; }
@@ -206,10 +206,11 @@ int SqlitePreferences::File::makeSchema() {
   return run(sql.c_str());
 }
 
-int SqlitePreferences::File::openForReading(const std::string& address) {
+int SqlitePreferences::File::openForReading(const std::string& address,
+                                            std::chrono::milliseconds patience) {
   const int result = noted(
       sqlite3_open_v2(address.c_str(), &db_, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr));
-  if (result == SQLITE_OK) sqlite3_busy_timeout(db_, kBusyMilliseconds);
+  if (result == SQLITE_OK) sqlite3_busy_timeout(db_, static_cast<int>(patience.count()));
   return result;
 }
 
@@ -346,14 +347,15 @@ std::unique_ptr<SqlitePreferences> SqlitePreferences::open(const std::string& pa
 
 // A file on a read-only disk can't get the companions that a shared reading needs; then what is in
 // the file itself has to do.
-std::unique_ptr<SqlitePreferences> SqlitePreferences::readOnly(const std::string& path, Log& log) {
+std::unique_ptr<SqlitePreferences> SqlitePreferences::readOnly(const std::string& path, Log& log,
+                                                               std::chrono::milliseconds patience) {
   std::unique_ptr<SqlitePreferences> store(new SqlitePreferences(log));
   if (access(path.c_str(), F_OK) != 0) return store;
   std::string trouble;
   for (const char* query : {"?mode=ro", "?mode=ro&immutable=1"}) {
     Values values;
     File file;
-    int result = file.openForReading(fileAddress(path, query));
+    int result = file.openForReading(fileAddress(path, query), patience);
     if (result == SQLITE_OK) result = file.load(values, log);
     trouble = file.reason();
     if (result != SQLITE_OK) continue;

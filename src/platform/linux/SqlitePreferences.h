@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -22,8 +23,11 @@ class SqlitePreferences : public Preferences {
   // can be read and lives in memory. Each of these is logged.
   static std::unique_ptr<SqlitePreferences> open(const std::string& path, Log& log);
   // The values as they are now, while another process may go on writing; empty when there is no
-  // readable file. Writes change this object only.
-  static std::unique_ptr<SqlitePreferences> readOnly(const std::string& path, Log& log);
+  // readable file. Writes change this object only. Where the other one is in the way for longer
+  // than `patience`, what is in the file itself has to do.
+  static std::unique_ptr<SqlitePreferences> readOnly(
+      const std::string& path, Log& log,
+      std::chrono::milliseconds patience = std::chrono::milliseconds(500));
 
   ~SqlitePreferences() override;
   SqlitePreferences(const SqlitePreferences&) = delete;
