@@ -79,10 +79,11 @@ bool UserManager::control(std::vector<std::string> arguments) {
   return outcome && outcome->status == 0;
 }
 
+// A name of its own each time: what is left of one that was killed may still be ending.
 bool UserManager::startProgram(const std::string& argument) {
+  const auto unit = "--unit=app-com.velmora.app@" + std::to_string(getpid()) + ".service";
   std::vector<std::string> words{"systemd-run", "--user", "--quiet", "--collect",
-                                 "--service-type=exec", "--slice=app.slice",
-                                 "--unit=app-com.velmora.app@mission.service"};
+                                 "--service-type=exec", "--slice=app.slice", unit};
   for (const char* name : kDisplayVariables)
     if (std::getenv(name)) words.push_back(std::string("--setenv=") + name);
   for (const auto& variable : places_.variables) words.push_back("--setenv=" + variable);

@@ -36,7 +36,7 @@ class UserManager {
   // `systemctl --user` with these; whether it obeyed.
   bool control(std::vector<std::string> arguments);
   // Runs the program with this argument as a unit of its own, which outlives whoever asks. False
-  // when it can't, or when one that was started so is still there.
+  // when it can't.
   bool startProgram(const std::string& argument);
 
  private:
