@@ -75,7 +75,7 @@ inline bool eventually(const std::function<bool()>& holds) {
 // An X server on a display that nobody uses, with the window manager openbox on request.
 class PrivateXServer {
  public:
-  PrivateXServer() { start(); }
+  explicit PrivateXServer(std::vector<std::string> more = {}) : more_(std::move(more)) { start(); }
   ~PrivateXServer() { kill(); }
 
   std::string display() const { return ":" + std::to_string(number_); }
@@ -86,6 +86,7 @@ class PrivateXServer {
     fcntl(ends[1], F_SETFD, 0);  // the server tells its number there once it is ready
     std::vector<std::string> arguments{
         "Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", "1280x1024x24", "-noreset"};
+    arguments.insert(arguments.end(), more_.begin(), more_.end());
     if (number_ >= 0) arguments.push_back(display());
     server_ = Child(arguments);
     close(ends[1]);
@@ -102,6 +103,7 @@ class PrivateXServer {
   }
 
  private:
+  const std::vector<std::string> more_;  // arguments
   Child server_, manager_;
   int number_ = -1;
 };
