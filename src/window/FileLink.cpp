@@ -21,7 +21,9 @@ void FileLink::run(const QString& command, const QStringList& arguments,
   const QByteArray line = (QStringList(command) + arguments).join(' ').toUtf8();
   std::fprintf(stderr, "%s\n", line.constData());
   if (!answered) return;
-  const Answer answer{.output = answers_.value(command).toString(), .error = {}};
+  const auto named = answers_.value((QStringList(command) + arguments.mid(0, 1)).join(' '));
+  const auto output = named.isString() ? named : answers_.value(command);
+  const Answer answer{.output = output.toString(), .error = {}};
   QTimer::singleShot(0, this, [answered = std::move(answered), answer] { answered(answer); });
 }
 

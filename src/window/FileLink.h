@@ -8,8 +8,8 @@ namespace velmora {
 
 // For work on the screens and for pictures of them: the state document stands in a file, which is
 // read again whenever it is written. Commands are printed on standard error and answered with
-// "done" and the output that the member `answers` has for them. A document without `surfaces` shows
-// the main window.
+// "done" and the output that the member `answers` has for them: by the command and its first word,
+// or by the command. A document without `surfaces` shows the main window.
 class FileLink final : public ProgramLink {
   Q_OBJECT
 
@@ -25,7 +25,7 @@ class FileLink final : public ProgramLink {
 
   const QString path_;
   QFileSystemWatcher watcher_;
-  QJsonObject answers_;  // command to output
+  QJsonObject answers_;
 };
 
 }  // namespace velmora

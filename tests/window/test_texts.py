@@ -79,7 +79,7 @@ class MainWindow(unittest.TestCase):
     def test_modules_and_their_pages(self):
         window = self.window(only("schedule", "sounds"))
         self.assert_hides(window, "Rules")
-        window.press("ctrl+2")
+        window.press("ctrl+3")
         self.assert_shows(window, "Keep the app minimal, or build your own focus machine",
                           *(text for row in MODULES for text in row[1:]))
         for module, empty in (("budget", NO_RULES), ("habit", NO_PROGRESS)):

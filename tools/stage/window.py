@@ -6,6 +6,7 @@ import os
 import queue
 import subprocess
 import threading
+import time
 
 from browsers import Home, eventually
 from stage import PROGRAMS
@@ -63,6 +64,9 @@ def idle():
         "modules": [{"name": name, "title": title, "subtitle": subtitle, "category": category,
                      "enabled": name in ("schedule", "sounds")} for name, title, subtitle, category in MODULES],
         "quickSites": [{"name": n, "domain": d, "symbol": s} for n, d, s in QUICK],
+        "schedule": {"isEnabled": False, "operatingMode": "calendar", "hardRoutineEnabled": False, "isHardRoutineActive": False,
+                     "isCurrentlyInBlock": False, "activeEntryID": None, "next": "", "hasPass": False, "uses24Hour": True,
+                     "today": "2026-11-25", "entries": [], "simpleEntries": [], "undo": None, "redo": None},
         "desktop": {"showInDock": True, "launchAtLogin": False, "locked": False, "welcomed": True, "uses24HourTime": True},
         "answers": {
             "doctor": json.dumps([dict(zip(("topic", "grade", "text", "advice"), f)) for f in FINDINGS]),
@@ -96,15 +100,20 @@ def changed(state, **members):
 
 
 class Window:
-    """velmora-window on `state`, and what it shows. `arguments` replace the state."""
+    """velmora-window on `state`, and what it shows. `arguments` replace the state. With `clock`, "10:20", its wall shows
+    that time at the start. `environment` is added to its own."""
 
-    def __init__(self, desktop, state=None, arguments=(), scale=1):
+    def __init__(self, desktop, state=None, arguments=(), scale=1, clock=None, environment=None):
         self.home = Home()
         self.path = os.path.join(self.home.path, "state.json")
         if state:
             self.show(state)
         self.environment = {**self.home.environment(desktop.display), "QT_SCALE_FACTOR": str(scale),
-                            "QT_QUICK_BACKEND": "software"}
+                            "QT_QUICK_BACKEND": "software", **(environment or {})}
+        if clock:
+            hour, minute = map(int, clock.split(":"))
+            west = (time.time() // 60 - hour * 60 - minute) % 1440  # minutes that the zone lies behind Greenwich
+            self.environment["TZ"] = "XXX%d:%02d" % divmod(west, 60)
         self.errors = open(os.path.join(self.home.path, "errors"), "w+")
         self.process = subprocess.Popen(
             [os.path.join(PROGRAMS, "velmora-window"), "--texts", *(arguments or ("--fake", self.path))],
@@ -142,8 +151,45 @@ class Window:
         """Moves the pointer to a place in the window, in its own pixels."""
         self._xdotool("mousemove", "--window", self.id, str(x), str(y), *(["click", "1"] if click else []))
 
+    def drag(self, start, *ways, key=None, drop=True):
+        """Presses the pointer at `start` and moves it through places in the window. `key` is held from then on, since window
+        managers take presses with Alt for themselves."""
+        self.point(*start)
+        self._xdotool("mousedown", "1")
+        if key:
+            self._xdotool("keydown", key)
+        for x, y in ways:
+            self._xdotool("mousemove", "--window", self.id, str(x), str(y))
+            time.sleep(0.05)
+        if drop:
+            self._xdotool("mouseup", "1")
+        if key:
+            self._xdotool("keyup", key)
+
+    def wheel(self, clicks):
+        """Downwards, or upwards below 0."""
+        self._xdotool("click", "--repeat", str(abs(clicks)), "--delay", "15", "5" if clicks > 0 else "4")
+
+    def release(self):
+        self._xdotool("mouseup", "1")
+
+    def commands(self, *beginning):
+        """What it has asked of the program so far, of the commands that begin so."""
+        with open(self.errors.name) as errors:
+            return [line.strip() for line in errors if line.startswith(" ".join(beginning))]
+
+    def asked(self, *beginning):
+        """Waits for such a command and gives the newest."""
+        return eventually(lambda: self.commands(*beginning), 10, 0.05)[-1]
+
     def whole_screen(self):
         self.id = "root"
+
+    def origin(self):
+        """Where it stands on the display."""
+        shell = self._xdotool("getwindowgeometry", "--shell", self.id)
+        place = dict(line.split("=") for line in shell.split())
+        return int(place["X"]), int(place["Y"])
 
     def resize(self, width, height):
         self._xdotool("windowsize", "--sync", self.id, str(width), str(height))

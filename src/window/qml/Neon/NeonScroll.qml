@@ -40,16 +40,5 @@ Flickable {
             if (item) scroll.reveal(item)
         }
     }
-    T.ScrollBar.vertical: T.ScrollBar {
-        id: scrollBar
-        implicitWidth: 10
-        padding: 2
-        minimumSize: 0.08
-        visible: size < 1
-        contentItem: Rectangle {
-            implicitWidth: 6
-            radius: 3
-            color: scrollBar.pressed ? "#6b4f8d" : scrollBar.hovered ? "#54406f" : "#34274a"
-        }
-    }
+    T.ScrollBar.vertical: NeonScrollBar {}
 }

@@ -12,12 +12,14 @@ FocusScope {
     readonly property var modules: Velmora.state.modules ?? []
     readonly property var tabs: [
         { value: "focus", text: "Focus", symbol: "focus" },
+        { value: "schedule", text: "Schedule", symbol: "schedule" },
         { value: "rules", text: "Rules", symbol: "rules" },
         { value: "progress", text: "Progress", symbol: "progress" },
         { value: "extensions", text: "Extensions", symbol: "extensions" },
         { value: "settings", text: "Settings", symbol: "settings" }
-    ].filter(tab => tab.value === page || (tab.value !== "rules" && tab.value !== "progress")
-                    || modules.some(m => m.enabled && m.category.toLowerCase() === tab.value))
+    ].filter(tab => tab.value === page || !["schedule", "rules", "progress"].includes(tab.value)
+                    || modules.some(m => m.enabled && (m.name === tab.value
+                                                       || m.category.toLowerCase() === tab.value)))
 
     function go(name: string) { page = name }
     function say(line: string, wrong: bool) { toast.show(line, wrong) }
@@ -80,8 +82,9 @@ FocusScope {
         anchors { left: side.right; top: parent.top; bottom: parent.bottom; right: parent.right }
         active: main.ready
         focus: true
-        sourceComponent: ({ focus: focusPage, rules: rulesPage, progress: progressPage,
-                            extensions: extensionsPage, settings: settingsPage })[main.page]
+        sourceComponent: ({ focus: focusPage, schedule: schedulePage, rules: rulesPage,
+                            progress: progressPage, extensions: extensionsPage,
+                            settings: settingsPage })[main.page]
         onLoaded: {
             item.focus = true
             if (!NeonTheme.reducedMotion) appear.restart()
@@ -97,6 +100,7 @@ FocusScope {
         }
     }
     Component { id: focusPage; FocusPage { shell: main } }
+    Component { id: schedulePage; SchedulePage { shell: main } }
     Component {
         id: rulesPage
         GroupPage {

@@ -1,0 +1,276 @@
+import QtQuick
+import QtQuick.Layouts
+import Velmora
+import "Week.js" as Week
+
+// The calendar planner: a week of missions. What happens to them is the program's to decide; it is
+// asked, and the week is asked for again whenever the missions have changed.
+FocusScope {
+    id: page
+
+    required property var shell
+    readonly property var schedule: Velmora.state.schedule ?? ({})
+    readonly property var entries: schedule.entries ?? []
+    readonly property var missions: {
+        const out = {}
+        entries.forEach(mission => out[mission.id] = mission)
+        return out
+    }
+    // Off, or without a day: in no week.
+    readonly property var aside: entries.filter(mission => !mission.isSchedulable)
+    readonly property string today: schedule.today ?? ""
+    property string monday: ""
+    property var occurrences: []
+
+    // Whatever the planner's missions are told by; `done` is called when the week is there.
+    property string told: ""
+    readonly property string telling: JSON.stringify([monday, entries.map(m => Object.assign({}, m,
+        { overlaps: 0, isActive: 0, startTime: 0, endTime: 0, label: 0 }))])
+    onTellingChanged: look()
+    function look(done: var) {
+        if (monday === "") return
+        const week = monday
+        Velmora.run("missions", ["week", week], result => {
+            if (week === monday && result.status === 0) occurrences = parsed(result.output) ?? []
+            if (done) done()
+        })
+    }
+    function parsed(text: string): var {
+        try {
+            return JSON.parse(text || "null")
+        } catch (error) {
+            return null
+        }
+    }
+
+    function go(day: string) {
+        grid.settle()
+        monday = Week.monday(day)
+    }
+    // Where something new goes that has no place of its own.
+    function usualDay(): string { return Week.monday(today) === monday ? today : monday }
+    function chosenDay(): string { return grid.selected?.day ?? usualDay() }
+    // Asks for a change; what the answer names is chosen and shown, or `chosen` without one. `done`
+    // gets it.
+    function change(words: var, chosen: var, done: var) {
+        shell.ask("missions", words, result => {
+            const made = result.status === 0 ? parsed(result.output) ?? chosen : null
+            if (made?.day) {
+                grid.selection = { entryID: made.id, day: made.day }
+                monday = Week.monday(made.day)
+            }
+            if (result.status !== 0) grid.settle()
+            else look(() => {
+                grid.settle()
+                grid.take()
+                if (done) done(made)
+            })
+        })
+    }
+    function create(span: var) {
+        change(["create", span.day, span.start, span.end], null,
+               made => { if (made) edit(made.id, made.day) })
+    }
+    function add() {
+        const day = usualDay()
+        const next = day === today ? Math.ceil((now.minutes + 1) / 60) * 60 : 540
+        create({ day, start: Math.min(next, 1380), end: Math.min(next, 1380) + 60 })
+    }
+    function edit(id: string, day: string) { editor.show(id, day) }
+    function isOnce(mission: var): bool { return mission.recurrence === "once" }
+    // Puts an occurrence somewhere else; of a series, that one or it and all that follow.
+    function put(occurrence: var, span: var, kind: string) {
+        const mission = missions[occurrence.entryID]
+        const fields = JSON.stringify({ startMinutes: span.start, endMinutes: span.end })
+        const action = kind === "move" ? "Move" : "Resize"
+        const words = ["edit", mission.id, "--json", fields, "--action", action,
+                       "--day", occurrence.day, "--to", span.day]
+        if (isOnce(mission)) return change(words, { id: mission.id, day: span.day })
+        series.ask(mission.label, false, scope => change(words.concat("--scope", scope)))
+    }
+    function withdraw(verb: string, mission: var, day: string) {
+        if (mission.isActive) return refuse(mission)
+        if (isOnce(mission) || !day) return change([verb, mission.id])
+        series.ask(mission.label, true,
+                   scope => change([verb, mission.id, "--scope", scope, "--day", day]))
+    }
+    function refuse(mission: var) {
+        shell.say(`“${mission.label}” is running. It can be changed once it is over.`, true)
+    }
+
+    Component.onCompleted: {
+        monday = today ? Week.monday(today) : ""
+        grid.begin()
+    }
+    onTodayChanged: if (monday === "" && today) monday = Week.monday(today)
+
+    Keys.onPressed: event => {
+        const mission = grid.selected ? missions[grid.selected.entryID] : null
+        const ctrl = event.modifiers & Qt.ControlModifier
+        event.accepted = true
+        if (!ctrl && event.key === Qt.Key_Delete && mission)
+            withdraw("remove", mission, grid.selected.day)
+        else if (ctrl && event.key === Qt.Key_C && mission) copy(mission)
+        else if (ctrl && event.key === Qt.Key_X && mission)
+            withdraw("cut", mission, grid.selected.day)
+        else if (ctrl && event.key === Qt.Key_V) change(["paste", chosenDay()])
+        else if (ctrl && event.key === Qt.Key_D && mission) duplicate(mission)
+        else if (ctrl && event.key === Qt.Key_Left) go(Week.plus(monday, -7))
+        else if (ctrl && event.key === Qt.Key_Right) go(Week.plus(monday, 7))
+        else if (ctrl && event.key === Qt.Key_N) add()
+        else event.accepted = false
+    }
+    function copy(mission: var) {
+        shell.ask("missions", ["copy", mission.id], result => {
+            if (result.status === 0) shell.say(`“${mission.label}” is copied.`, false)
+        })
+    }
+    function duplicate(mission: var) { change(["duplicate", mission.id, chosenDay()]) }
+
+    Timer {
+        id: now
+        property int minutes: read()
+        function read(): int {
+            Date.timeZoneUpdated()
+            const date = new Date()
+            return date.getHours() * 60 + date.getMinutes()
+        }
+        running: page.Window.visibility !== Window.Hidden
+        interval: 5000
+        repeat: true
+        onTriggered: minutes = read()
+    }
+
+    ScheduleHead {
+        id: head
+        x: NeonTheme.page
+        y: 30
+        width: parent.width - 2 * NeonTheme.page
+        shell: page.shell
+
+        NeonIconButton {
+            symbol: "left"; text: "Previous week"; onClicked: page.go(Week.plus(page.monday, -7))
+        }
+        NeonButton {
+            implicitHeight: 32
+            text: "Today"
+            onClicked: {
+                page.go(page.today)
+                grid.begin()
+            }
+        }
+        NeonIconButton {
+            symbol: "right"; text: "Next week"; onClicked: page.go(Week.plus(page.monday, 7))
+        }
+        NeonText {
+            Layout.fillWidth: true
+            Layout.leftMargin: 6
+            level: "strong"
+            elide: Text.ElideRight
+            wrapMode: Text.NoWrap
+            text: page.monday ? Week.title(page.monday, page.width < 780) : ""
+        }
+        NeonChip {
+            visible: page.aside.length > 0
+            text: page.aside.length + " off"
+            Accessible.name: "Missions in no week: " + page.aside.length
+            onClicked: shelf.open()
+        }
+        ScheduleUndo { shell: page.shell }
+        NeonButton {
+            implicitHeight: 32
+            text: page.width < 780 ? "New" : "New mission"
+            Accessible.name: "New mission"
+            symbol: "plus"
+            kind: NeonButton.Primary
+            onClicked: page.add()
+        }
+    }
+    Rectangle {
+        anchors { left: parent.left; right: parent.right; top: head.bottom; bottom: parent.bottom }
+        anchors.topMargin: 16
+        color: "#0b0812"
+        Rectangle { width: parent.width; height: 1; color: NeonTheme.line }
+
+        ScheduleGrid {
+            id: grid
+            anchors { fill: parent; leftMargin: 20; rightMargin: 4 }
+            focus: true
+            monday: page.monday
+            today: page.today
+            nowMinutes: now.minutes
+            uses24Hour: page.schedule.uses24Hour ?? true
+            missions: page.missions
+            occurrences: page.occurrences
+            foot: bar.height + 24
+            onCreated: span => page.create(span)
+            onDropped: (occurrence, span, kind) => page.put(occurrence, span, kind)
+            onOpened: occurrence => page.edit(occurrence.entryID, occurrence.day)
+            onRefused: mission => page.refuse(mission)
+        }
+        NeonText {
+            anchors.horizontalCenter: parent.horizontalCenter
+            anchors { bottom: parent.bottom; bottomMargin: 28 }
+            visible: page.entries.length === 0 && !grid.drag
+            color: NeonTheme.quiet
+            text: "Draw a mission into the week: press where it begins, drag to where it ends."
+        }
+        MissionBar {
+            id: bar
+            anchors.horizontalCenter: parent.horizontalCenter
+            anchors { bottom: parent.bottom; bottomMargin: 16 }
+            width: Math.min(620, parent.width - 48)
+            visible: !!grid.selected && !grid.dragging
+            mission: page.missions[grid.selected?.entryID] ?? ({})
+            occurrence: grid.selected ?? null
+            uses24Hour: grid.uses24Hour
+            onEdit: page.edit(mission.id, occurrence.day)
+            onCopy: page.copy(mission)
+            onDuplicate: page.duplicate(mission)
+            onRemove: page.withdraw("remove", mission, occurrence.day)
+        }
+    }
+    MissionSeries {
+        id: series
+        onDismissed: {
+            grid.settle()
+            grid.take()
+        }
+    }
+    MissionEditor {
+        id: editor
+        shell: page.shell
+        planner: "calendar"
+        onClosed: grid.take()
+        onRemoving: (mission, day) => page.withdraw("remove", mission, day)
+    }
+    NeonDialog {
+        id: shelf
+        title: "Missions in no week"
+        text: "Switched off, or without a day to take place on."
+        implicitWidth: 520
+        onOpened: if (page.aside.length === 0) close()
+
+        ListView {
+            Layout.fillWidth: true
+            Layout.preferredHeight: Math.min(contentHeight, 320)
+            clip: true
+            model: page.aside
+            delegate: MissionRow {
+                required property var modelData
+                width: ListView.view.width
+                shell: page.shell
+                planner: "calendar"
+                mission: modelData
+                onClicked: {
+                    shelf.close()
+                    page.edit(modelData.id, "")
+                }
+            }
+        }
+        actions: [
+            Item { Layout.fillWidth: true },
+            NeonButton { focus: true; text: "Done"; onClicked: shelf.close() }
+        ]
+    }
+}

@@ -1,0 +1,183 @@
+"""The Schedule page: what it shows, and what the pointer and the keyboard ask the program for."""
+
+import json
+import os
+import sys
+import unittest
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, os.path.join(ROOT, "tools", "stage"))
+from browsers import Desktop, eventually
+from missions import CLOCK, FORTY, ONE, in_mission, mission, once, planned
+from window import Window, changed
+
+OVERLAP = "This mission overlaps another one. Move it so each mission can chain cleanly."
+HISTORY = "Earlier occurrences stay in your calendar history."
+SWITCH, SIMPLE, FIRST_ROW = (384, 48), (278, 116), (500, 234)  # in a window of 1000 x 720
+# There, of the week that has been scrolled to its end.
+LEFT, COLUMN, HOUR, END = 274, 101.7, 52, 720 - 8 - 77
+
+
+def place(day, hour):
+    """The middle of a day, 0 to 6, at an hour."""
+    return round(LEFT + (day + 0.5) * COLUMN), round(END - (24 - hour) * HOUR)
+
+
+class Schedule(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.desktop = Desktop()
+        cls.addClassCleanup(cls.desktop.close)
+
+    def window(self, state, *keys):
+        window = Window(self.desktop, state, clock=CLOCK)
+        self.addCleanup(window.close)
+        self.addCleanup(lambda: self.assertEqual(window.complaints(), []))
+        window.resize(1000, 720)
+        window.press("ctrl+2", *keys)
+        self.assertTrue(window.shows("Schedule"))
+        return window
+
+    def evening(self, *missions):
+        """The week with these, scrolled to its end."""
+        window = self.window(planned(list(missions)))
+        self.assertTrue(window.asked("missions week 2026-11-23"))
+        window.point(*place(6, 22))
+        window.wheel(40)
+        return window
+
+    def assert_asked(self, window, *words):
+        line = " ".join(words)
+        eventually(lambda: window.commands(*words[:2])[-1:] == [line], 10, 0.05)
+        self.assertEqual(window.commands(*words[:2])[-1:], [line])
+
+    def assert_closes(self, window, text):
+        self.assertTrue(eventually(lambda: text not in window.visible(), 10, 0.05))
+
+    def test_drawing_creates(self):
+        window = self.evening()
+        for start, ways, key, expected in (
+                ((1, 18), [(1, 18.5), (1, 20.1)], None, "2026-11-24 1080 1200"),
+                ((1, 20), [(1, 19), (1, 17.9)], None, "2026-11-24 1080 1200"),  # upward swaps
+                ((5, 21.3), [], None, "2026-11-28 1275 1335"),  # a click
+                ((0, 23.9), [], None, "2026-11-23 1380 1440"),
+                ((2, 18.02), [(2, 18.3), (2, 19.42)], "alt", "2026-11-25 1080 1165")):
+            window.drag(place(*start), *(place(*way) for way in ways), key=key)
+            self.assert_asked(window, "missions", "create", *expected.split())
+        asked = len(window.commands("missions create"))
+        window.drag(place(1, 18), place(1, 19), drop=False)
+        window.press("Escape")
+        window.release()
+        self.assertEqual(len(window.commands("missions create")), asked)
+
+    def test_dragging_moves_and_resizes(self):
+        # day and time of what is held, where it is dropped, and what that asks for
+        for held, to, kind, fields, day in (
+                ((0, 20), (3, 21.2), "Move", (1215, 1335), "2026-11-26"),  # it is held in its middle
+                ((0, 20), (0, 24.5), "Move", (1320, 1440), "2026-11-23"),  # stays in its day
+                ((0, 20.96), (0, 22), "Resize", (1140, 1320), "2026-11-23"),
+                ((0, 19.05), (0, 22.5), "Resize", (1245, 1260), "2026-11-23")):  # fifteen minutes are least
+            window = self.evening(once("Essay", 0, 19, 21))
+            window.drag(place(*held), place(held[0], held[1] + 0.2), place(*to))
+            self.assert_asked(window, "missions", "edit", "mission-essay", "--json", json.dumps(
+                dict(zip(("startMinutes", "endMinutes"), fields)), separators=(",", ":")), "--action", kind,
+                "--day", "2026-11-23", "--to", day)
+
+    def test_a_small_movement_is_no_drag(self):
+        window = self.evening(once("Essay", 0, 19, 21))
+        x, y = place(0, 20)
+        window.drag((x, y), (x + 2, y + 3))
+        self.assertTrue(window.shows("Edit"))
+        self.assertEqual(window.commands("missions edit"), [])
+
+    def test_the_arrow_keys_do_what_dragging_does(self):
+        window = self.evening(once("Essay", 0, 19, 21))
+        window.point(*place(0, 20), click=True)
+        window.press("Right", "Down", "alt+Down", "Escape", "Right", "Up", "alt+Up", "shift+Down", "Return")
+        self.assert_asked(window, "missions", "edit", "mission-essay", "--json",
+                          '{"startMinutes":1120,"endMinutes":1260}', "--action", "Move", "--day", "2026-11-23",
+                          "--to", "2026-11-24")
+        self.assertEqual(len(window.commands("missions edit")), 1)
+
+    def test_a_series_asks_what_a_change_is_for(self):
+        window = self.evening(mission("Study", 19, 21))
+        window.point(*place(2, 20), click=True)
+        window.press("Right", "Return")
+        self.assertTrue(window.shows("Edit Occurrence", "Edit Future Occurrences", "Cancel", HISTORY))
+        window.press("Return")  # the safe answer has the focus
+        self.assert_closes(window, HISTORY)
+        self.assertEqual(window.commands("missions edit"), [])
+        window.press("Right", "Return")
+        self.assertTrue(window.shows("Edit Occurrence"))
+        window.press("Tab", "Return")
+        self.assertIn("--day 2026-11-25 --to 2026-11-26 --scope future", window.asked("missions edit"))
+        self.assert_closes(window, HISTORY)
+        window.point(*place(1, 20), click=True)
+        window.press("Delete")
+        self.assertTrue(window.shows("Delete Occurrence", "Delete Future Occurrences", HISTORY))
+        window.press("Tab", "Tab", "Return")
+        self.assert_asked(window, "missions", "remove", "mission-study", "--scope", "one", "--day", "2026-11-24")
+
+    def test_keys_of_the_clipboard_and_of_undo(self):
+        window = self.evening(once("Essay", 0, 19, 21))
+        window.point(*place(0, 20), click=True)
+        for key, command in (("ctrl+c", "copy mission-essay"), ("ctrl+d", "duplicate mission-essay 2026-11-23"),
+                             ("ctrl+v", "paste 2026-11-23"), ("ctrl+z", "undo"), ("ctrl+shift+z", "redo"),
+                             ("ctrl+x", "cut mission-essay")):
+            window.press(key)
+            self.assert_asked(window, "missions", *command.split())
+
+    def test_a_running_mission_is_held(self):
+        evening = once("Essay", 2, 19, 21)
+        window = self.evening(evening)
+        window.show(in_mission(planned([evening]), "mission-essay"))
+        window.shows("Essay until 21:00")
+        window.point(*place(2, 20), click=True)
+        window.press("Down")
+        self.assertTrue(window.shows("“Essay” is running. It can be changed once it is over."))
+        window.press("Delete")
+        window.press("Return")
+        self.assertTrue(window.shows("This mission is running. It can be changed once it is over."))
+        self.assertEqual(window.commands("missions edit") + window.commands("missions remove"), [])
+
+    def test_the_planner_is_changed_after_a_question(self):
+        window = self.window(in_mission(planned(ONE), "mission-deep-work"))
+        window.point(*SIMPLE, click=True)
+        self.assertTrue(window.shows("Change the planner now?"))
+        window.press("Tab", "Return")
+        self.assert_asked(window, "schedule", "mode", "simple", "--interrupt")
+        window.show(in_mission(planned(ONE), "mission-deep-work", hard=True))
+        self.assertTrue(window.shows("Holds until the mission ends", "Emergency pass"))
+
+    def test_a_pass_is_not_lost_unsaid(self):
+        window = self.window(changed(planned(ONE), schedule={"hasPass": True, "isCurrentlyInBlock": True}))
+        self.assertTrue(window.shows("Emergency pass in force until the mission ends"))
+        window.point(*SWITCH, click=True)
+        self.assertTrue(window.shows("The emergency pass that is in force would be lost."))
+        window.press("Escape")
+        self.assert_closes(window, "Give up the pass")
+        window.point(*SWITCH, click=True)
+        window.shows("Give up the pass")
+        window.press("Tab", "Return")
+        self.assert_asked(window, "schedule", "off", "--yes")
+        self.assertEqual(len(window.commands("schedule")), 1)
+
+    def test_the_editor_saves_what_changed(self):
+        window = self.window(planned([mission("Study", 19, 21, overlaps=True)], "simple"))
+        self.assertTrue(window.shows("19:00 – 21:00 · 2h · Soft · Nonstop"))
+        window.point(*FIRST_ROW, click=True)
+        self.assertTrue(window.shows("Rhythm", "One focus of 2 h, without a break.", OVERLAP))
+        window.press("ctrl+a", "A", "r", "t", "Return")
+        self.assert_asked(window, "missions", "edit", "mission-study", "--planner", "simple", "--json",
+                          '{"label":"Art"}', "--action", "Edit")
+
+    def test_forty_missions(self):
+        window = self.window(planned(FORTY))
+        self.assertTrue(window.shows("November 2026", "Deep Work", "Evening study", "2 off"))
+        window.press("ctrl+Right")
+        self.assertTrue(window.shows("Nov – Dec 2026"))
+        window.asked("missions week 2026-11-30")
+
+
+if __name__ == "__main__":
+    unittest.main()
