@@ -25,7 +25,7 @@ LOG = {"QT_LOGGING_RULES": "qt.scenegraph.time.renderloop=true", "QT_MESSAGE_PAT
 FRAME = re.compile(r"([\d.]+) Frame rendered with 'software' renderloop in (\d+)ms")
 SHOT = 0.008  # seconds between two movements of the hand
 WHEEL_UP, WHEEL_DOWN = 4, 5
-DEEP_WORK = (1000, 450)  # stands there on Sunday, once the week is scrolled to its middle
+DEEP_WORK = (325, 660)  # Monday's, once the week is scrolled to its beginning
 
 
 class Hand:
@@ -81,17 +81,18 @@ def main():
 
         def scroll(turn):
             if turn % 6 == 0:
-                button = WHEEL_DOWN if turn // 180 % 2 == 0 else WHEEL_UP
+                button = WHEEL_DOWN if turn // 54 % 2 == 0 else WHEEL_UP
                 hand.press(button, True)
                 hand.press(button, False)
 
         measure(window, "scrolling", scroll)
+        window.wheel(-40)
         time.sleep(1)
         left, top = window.origin()
         hand.move(left + DEEP_WORK[0], top + DEEP_WORK[1])
         hand.press(1, True)
-        measure(window, "dragging", lambda turn: hand.move(left + 600 + 300 * math.sin(turn / 60),
-                                                           top + 450 + 150 * math.sin(turn / 41)))
+        measure(window, "dragging", lambda turn: hand.move(left + 600 + 300 * math.sin(turn / 15),
+                                                           top + 450 + 150 * math.sin(turn / 10)))
         window.press("Escape")
         hand.press(1, False)
         assert not window.commands("missions edit")

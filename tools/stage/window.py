@@ -122,7 +122,7 @@ class Window:
         threading.Thread(target=lambda: [self.lines.put(line) for line in self.process.stdout], daemon=True).start()
         search = ("search", "--onlyvisible", "--pid", str(self.process.pid))
         # Asked again and again: xdotool's own waiting misses a window that is there at once.
-        self.id = eventually(lambda: self.visible() and self._xdotool(*search, check=False), 10, 0.05).split()[0]
+        self.id = eventually(lambda: self.visible() and self._xdotool(*search, check=False), 30, 0.05).split()[0]
         self._xdotool("windowfocus", "--sync", self.id)
 
     def _xdotool(self, *words, check=True):

@@ -10,7 +10,7 @@ Rectangle {
 
     color: "black"
     Accessible.role: Accessible.AlertMessage
-    Accessible.name: `${mission.mission ?? ""}, ${mission.presetName ?? ""}`
+    Accessible.name: [mission.mission, mission.presetName, mission.timeRange].join(", ")
 
     NeonRing {
         anchors.centerIn: parent

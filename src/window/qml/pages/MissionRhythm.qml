@@ -55,8 +55,9 @@ ColumnLayout {
             model: rhythm.pomodoro ? rhythm.phases : []
             Rectangle {
                 required property var modelData
-                readonly property real begins: Math.round(modelData.start / rhythm.total * bar.width)
-                readonly property real ends: Math.round(modelData.end / rhythm.total * bar.width)
+                readonly property real second: bar.width / rhythm.total
+                readonly property real begins: Math.round(modelData.start * second)
+                readonly property real ends: Math.round(modelData.end * second)
                 x: begins
                 width: Math.max(1, ends - begins - 2)
                 height: bar.height

@@ -29,11 +29,12 @@ NeonDialog {
 
     implicitWidth: 540
     text: "Earlier occurrences stay in your calendar history."
+    onAboutToShow: safe.focus = true  // not what was pressed the last time
     onClosed: if (!decided) dismissed()
 
     actions: [
         Item { Layout.fillWidth: true },
-        NeonButton { focus: true; text: "Cancel"; onClicked: series.close() },
+        NeonButton { id: safe; text: "Cancel"; onClicked: series.close() },
         NeonButton {
             text: series.deletes ? "Delete Future Occurrences" : "Edit Future Occurrences"
             kind: series.deletes ? NeonButton.Danger : NeonButton.Quiet

@@ -28,6 +28,9 @@ FocusScope {
     readonly property var placed: Week.abreast(occurrences)
     readonly property var selected: selection ? placed.find(o => o.entryID === selection.entryID
                                                                  && o.day === selection.day) : null
+    // By themselves, so that no block looks again at each movement or choice of another.
+    readonly property string lifted: drag?.occurrence?.id ?? ""
+    readonly property string chosen: selected?.id ?? ""
     readonly property real gutter: 54
     readonly property real hour: 52
     readonly property real column: (width - gutter - 12) / 7
@@ -274,6 +277,24 @@ FocusScope {
                     color: "#1a1424"
                 }
             }
+            // Below the missions, whose words it would strike through; its dot is above them.
+            Rectangle {
+                id: now
+                readonly property int at: grid.today && grid.monday
+                    ? Week.number(grid.today) - Week.number(grid.monday) : -1
+                visible: at >= 0 && at < 7
+                x: grid.gutter + at * grid.column
+                y: Math.round(grid.nowMinutes / 60 * grid.hour)
+                width: grid.column
+                height: 2
+                color: NeonTheme.violet
+                Rectangle {
+                    x: grid.gutter - now.x
+                    width: board.width - grid.gutter
+                    height: 1
+                    color: NeonTheme.faded(NeonTheme.violet, 0.25)
+                }
+            }
             MouseArea {
                 id: mouse
                 anchors.fill: parent
@@ -406,8 +427,8 @@ FocusScope {
                     mission: grid.mission(occurrence)
                     uses24Hour: grid.uses24Hour
                     today: occurrence.day === grid.today
-                    selected: grid.selected?.id === occurrence.id
-                    lifted: grid.drag?.occurrence?.id === occurrence.id && minutes > 0
+                    selected: grid.chosen !== "" && grid.chosen === occurrence.id
+                    lifted: grid.lifted !== "" && grid.lifted === occurrence.id
                     x: grid.edgeOf(occurrence.day ?? grid.monday) + (occurrence.lane ?? 0) * lane
                     y: (occurrence.startMinutes ?? 0) / 60 * grid.hour + 1
                     width: lane - 1
@@ -423,29 +444,13 @@ FocusScope {
                 }
             }
             Rectangle {
-                id: now
-                readonly property int at: grid.today && grid.monday
-                    ? Week.number(grid.today) - Week.number(grid.monday) : -1
-                visible: at >= 0 && at < 7
-                x: grid.gutter + at * grid.column
-                y: Math.round(grid.nowMinutes / 60 * grid.hour)
-                width: grid.column
-                height: 2
+                visible: now.visible
+                x: now.x - 4
+                y: now.y - 3
+                width: 8
+                height: 8
+                radius: 4
                 color: NeonTheme.violet
-                Rectangle {
-                    x: -4
-                    y: -3
-                    width: 8
-                    height: 8
-                    radius: 4
-                    color: NeonTheme.violet
-                }
-                Rectangle {
-                    x: grid.gutter - now.x
-                    width: board.width - grid.gutter
-                    height: 1
-                    color: NeonTheme.faded(NeonTheme.violet, 0.25)
-                }
             }
             // The likeness of what is being drawn, moved or resized.
             Rectangle {

@@ -50,7 +50,8 @@ Column {
                 NeonSwitch {
                     Layout.topMargin: 4
                     text: "Start missions by themselves"
-                    Accessible.description: head.hard ? "Hard routine holds it until the mission ends" : ""
+                    Accessible.description:
+                        head.hard ? "Hard routine holds it until the mission ends" : ""
                     enabled: !head.hard
                     on: head.on
                     onAsked: on => head.forfeit(`Switch the schedule ${on ? "on" : "off"}?`,
@@ -141,6 +142,7 @@ Column {
         id: confirm
         property var words: []
         property string verb: ""
+        onAboutToShow: safe.focus = true  // not what was pressed the last time
         function ask(heading: string, line: string, action: string, command: var) {
             title = heading
             text = line
@@ -150,7 +152,7 @@ Column {
         }
         actions: [
             Item { Layout.fillWidth: true },
-            NeonButton { focus: true; text: "Cancel"; onClicked: confirm.close() },
+            NeonButton { id: safe; text: "Cancel"; onClicked: confirm.close() },
             NeonButton {
                 text: confirm.verb
                 kind: NeonButton.Danger
