@@ -18,13 +18,19 @@ App::App(const Platform& p)
       appBlocker(p.applications, p.installed, p.catalog, p.scanQueue, p.loop),
       websites(blockPage, p.files, websiteNeighbours_),
       screens(timer, presets, p.preferences, p.loop),
+      schedule(timer, presets, screens, uses24HourTime,
+               {p.preferences, p.clock, p.loop, p.random, p.log, p.scheduleAgent, p.agentQueue},
+               scheduleNeighbours_),
       coordinator(timer, presets, lists, monitor, p.catalog, p.clock, coordinatorNeighbours_),
       launchAtLogin(p.loginAgent, p.agentQueue, p.loop),
       lifecycle(timer, presets, lists, modules, coordinator, p.preferences, p.loop,
-                {p.statusItem, p.guardian, p.authentication, p.agentQueue}, commitment) {
+                {p.statusItem, p.guardian, p.authentication, p.agentQueue}, commitment,
+                lifecycleSchedule_) {
   timerNeighbours_.focusContext.bind(presets);
   timerNeighbours_.screens.bind(screens);
   timerNeighbours_.coordinator.bind(coordinator);
+  timerNeighbours_.schedule.bind(schedule);
+  lifecycleSchedule_.bind(schedule);
   coordinatorNeighbours_.shared.bind(sync);
   coordinatorNeighbours_.apps.bind(appBlockerBinding_);
   coordinatorNeighbours_.websites.bind(websiteBinding_);

@@ -17,6 +17,7 @@
 #include "core/ModuleStore.h"
 #include "core/StoredSwitch.h"
 #include "core/TimerService.h"
+#include "schedule/ScheduleService.h"
 #include "sync/SyncBridge.h"
 
 namespace velmora {
@@ -37,6 +38,8 @@ struct App {
   SiteBlockEngine::Neighbours engineNeighbours_;
   WebsiteBlockerService::Neighbours websiteNeighbours_;
   BlockingCoordinator::Neighbours coordinatorNeighbours_;
+  ScheduleService::Neighbours scheduleNeighbours_;
+  LateRef<Lifecycle::Schedule> lifecycleSchedule_;
 
  public:
   LateRef<ModuleStore::Commitment> commitment;  // unbound while there is none
@@ -54,6 +57,7 @@ struct App {
   AppBlockerService appBlocker;
   WebsiteBlockerService websites;
   FocusSessionCoordinator screens;
+  ScheduleService schedule;
   SyncBridge sync;
   BlockingCoordinator coordinator;
   LaunchAtLogin launchAtLogin;

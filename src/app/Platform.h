@@ -18,6 +18,7 @@
 #include "ports/Preferences.h"
 #include "ports/Random.h"
 #include "ports/RunLoop.h"
+#include "ports/ScheduleAgent.h"
 #include "ports/Sounds.h"
 #include "ports/StatusItem.h"
 
@@ -45,8 +46,9 @@ struct Platform {
   StatusItem& statusItem;
   LaunchAgent& guardian;    // brings the program back when it is killed
   LaunchAgent& loginAgent;  // starts it at login
+  ScheduleAgent& scheduleAgent;  // starts it for a mission
   Authentication& authentication;
-  SerialQueue& agentQueue;  // of both agents
+  SerialQueue& agentQueue;  // of all agents
   std::string blockPage;   // the wall, as HTML
   std::string homeDomain;  // the product's own web domain
 };

@@ -12,7 +12,7 @@ static constexpr Seconds kLaunchDelay(0.1);
 Lifecycle::Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistStore& lists,
                      ModuleStore& modules, BlockingCoordinator& coordinator,
                      Preferences& preferences, RunLoop& loop, const Ports& ports,
-                     const LateRef<Commitment>& commitment)
+                     const LateRef<Commitment>& commitment, const LateRef<Schedule>& schedule)
     : showsInDock(preferences, "vm_showInDock", true),
       hasSeenWelcome(preferences, "vm_hasSeenWelcome", false),
       timer_(timer),
@@ -23,6 +23,7 @@ Lifecycle::Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistSt
       loop_(loop),
       ports_(ports),
       commitment_(commitment),
+      schedule_(schedule),
       life_(std::make_shared<const bool>(true)) {}
 
 void Lifecycle::applicationDidFinishLaunching(Launch launch) {
@@ -32,6 +33,7 @@ void Lifecycle::applicationDidFinishLaunching(Launch launch) {
   if (isLocked()) reconcileGuardian();
   launch_ = loop_.after(kLaunchDelay, [this, launch] {
     observeSessionState();
+    if (schedule_) schedule_->startMonitoring();
     coordinator_.sync();
     if (launch == Launch::shown) showWindow();
   });
@@ -154,6 +156,7 @@ void Lifecycle::stop() {
   subscriptions_.clear();
   reaction_.reset();
   launch_.reset();
+  if (schedule_) schedule_->stopMonitoring();
   // What was put off since the launch is still on disk as it was found.
   if (timer_.isSessionActive.get() && !timer_.isAboutToResume()) timer_.saveState();
   coordinator_.stopAll([this] { hasStopped.set(true); });

@@ -29,6 +29,12 @@ namespace velmora {
 class Lifecycle {
  public:
   using Commitment = ModuleStore::Commitment;
+  class Schedule {
+   public:
+    virtual ~Schedule() = default;
+    virtual void startMonitoring() = 0;
+    virtual void stopMonitoring() = 0;
+  };
   // Silent: nothing may take the focus, since a mission or a watcher starts us and no person.
   enum class Launch { shown, silent };
 
@@ -39,10 +45,11 @@ class Lifecycle {
     SerialQueue& agentQueue;  // of all launch agents: what is asked of them keeps its order
   };
 
-  // `commitment` may stay unbound.
+  // `commitment` and `schedule` may stay unbound.
   Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistStore& lists,
             ModuleStore& modules, BlockingCoordinator& coordinator, Preferences& preferences,
-            RunLoop& loop, const Ports& ports, const LateRef<Commitment>& commitment);
+            RunLoop& loop, const Ports& ports, const LateRef<Commitment>& commitment,
+            const LateRef<Schedule>& schedule);
 
   template <class T>
   using Value = Owned<T, Lifecycle>;
@@ -61,8 +68,8 @@ class Lifecycle {
   StoredSwitch showsInDock;
   StoredSwitch hasSeenWelcome;
 
-  // The end of launch: after 0.1 seconds session state is observed, blocking reconciled with it
-  // and the window wanted.
+  // The end of launch: after 0.1 seconds session state is observed, missions run, blocking is
+  // reconciled with all that and the window wanted.
   void applicationDidFinishLaunching(Launch launch);
   // While true, the program refuses to quit.
   bool isLocked() const;
@@ -108,6 +115,7 @@ class Lifecycle {
   RunLoop& loop_;
   const Ports ports_;
   const LateRef<Commitment>& commitment_;
+  const LateRef<Schedule>& schedule_;
   Reaction due_ = Reaction::none;
   std::shared_ptr<const bool> life_;  // what an open question holds weakly
   Subscription launch_;

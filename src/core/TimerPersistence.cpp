@@ -1,6 +1,7 @@
 // The timer's position as plain scalars in the preferences, and its way back after a crash.
 
 #include <algorithm>
+#include <iterator>
 
 #include "base/Saturating.h"
 #include "core/TimerService.h"
@@ -13,7 +14,7 @@ constexpr int64_t kDefaultCountdown = 3600;
 
 }  // namespace
 
-void TimerService::saveState() {
+void TimerService::saveState(Preferences::Changes alongside) {
   const double now = clock_.now().secondsSinceUnixEpoch();
   Preferences::Changes changes{
       {"vm_timer_timeRemaining", timeRemaining.get()},
@@ -43,6 +44,8 @@ void TimerService::saveState() {
   if (scheduledEndDate_) end = scheduledEndDate_->secondsSinceUnixEpoch();
   changes.emplace_back("vm_schedule_session_id_v4", std::move(id));
   changes.emplace_back("vm_schedule_session_end_v4", std::move(end));
+  changes.insert(changes.end(), std::make_move_iterator(alongside.begin()),
+                 std::make_move_iterator(alongside.end()));
   preferences_.write(changes);
 }
 

@@ -420,8 +420,8 @@ void TimerService::useEmergencyPass() {
   scheduledBlockID.set(std::nullopt);
   clearScheduledMetadata();
   reloadClock();
-  saveState();
-  if (neighbours_.schedule) neighbours_.schedule->activateEmergencyPass();
+  saveState(neighbours_.schedule ? neighbours_.schedule->activateEmergencyPass()
+                                 : Preferences::Changes{});
   if (wasScheduled) syncBlocking();
 }
 
@@ -464,11 +464,15 @@ void TimerService::startScheduledBlock(const ScheduledBlock& block) {
   isRunning.set(true);
   isSessionActive.set(true);
   updateScheduledClock(now, false);
-  timer_ = loop_.every(kTick, kTickTolerance, [this] { scheduledTick(); });
+  armScheduledTimer();
   showHUDIfNeeded();
   saveState();
   notifications_.requestAuthorization();
   syncBlocking();
+}
+
+void TimerService::armScheduledTimer() {
+  timer_ = loop_.every(kTick, kTickTolerance, [this] { scheduledTick(); });
 }
 
 void TimerService::scheduledTick() {
@@ -478,6 +482,8 @@ void TimerService::scheduledTick() {
   if (!scheduledEndDate_ || now < *scheduledEndDate_) return;
   timer_.reset();
   if (neighbours_.schedule) neighbours_.schedule->scheduledTimerReachedBoundary();
+  // The clock was set back while the schedule looked: the mission goes on, and so must its clock.
+  if (!timer_ && scheduledEndDate_ && clock_.now() < *scheduledEndDate_) armScheduledTimer();
 }
 
 void TimerService::updateScheduledClock(Date at, bool announceTransition) {

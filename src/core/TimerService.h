@@ -52,7 +52,8 @@ class TimerService {
   class Schedule {
    public:
     virtual ~Schedule() = default;
-    virtual void activateEmergencyPass() = 0;
+    // Returns what is stored together with the spent pass: a kill in between would waste it.
+    virtual Preferences::Changes activateEmergencyPass() = 0;
     virtual void suppressCurrentOccurrence() = 0;
     virtual void scheduledTimerReachedBoundary() = 0;
   };
@@ -138,6 +139,9 @@ class TimerService {
   double stopwatchProgress() const;
   double countdownProgress() const;
   bool isChronoActive() const;
+  // As they were handed over; nothing without a mission.
+  std::optional<Date> scheduledStartDate() const { return scheduledStartDate_; }
+  std::optional<Date> scheduledEndDate() const { return scheduledEndDate_; }
   // Minutes of the day; a mission ending at midnight reads 1440.
   std::optional<int> scheduledEndMinutes() const;
   bool emergencyPassAvailable() const;
@@ -187,7 +191,8 @@ class TimerService {
   void halt();
   void quiet();
 
-  void saveState();
+  // All of it in one write, with what else belongs to the same step.
+  void saveState(Preferences::Changes alongside = {});
   // Lets what the restore found running go on, 0.3 seconds from now.
   void resumeRestored();
 
@@ -203,6 +208,7 @@ class TimerService {
 
   void reloadClock();
   void tick();
+  void armScheduledTimer();
   void scheduledTick();
   void completeSession();
   // What a pause does, without saving it.

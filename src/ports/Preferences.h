@@ -41,7 +41,8 @@ class Preferences {
 
   virtual ~Preferences() = default;
   virtual std::optional<PreferenceValue> read(std::string_view key) const = 0;
-  // After a crash or a power cut the store holds all of the changes or none of them.
+  // After a crash or a power cut the store holds all of the changes or none of them. Equal values
+  // and removals of what is absent cost nothing.
   virtual void write(const Changes& changes) = 0;
   virtual std::map<std::string, PreferenceValue> all() const = 0;
 

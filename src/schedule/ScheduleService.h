@@ -1,5 +1,8 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +11,7 @@
 #include "base/Property.h"
 #include "core/FocusPresetStore.h"
 #include "core/FocusSessionCoordinator.h"
+#include "core/Lifecycle.h"
 #include "core/StoredSwitch.h"
 #include "core/TimerService.h"
 #include "ports/Clock.h"
@@ -23,8 +27,9 @@ namespace velmora {
 
 // Decides once a second whether a mission runs now, and starts, chains and ends the timer's
 // scheduled block to match. It blocks nothing itself, and never refuses for hard routine except
-// where said: what the user may do is a matter of the command table. Main lane only.
-class ScheduleService final : public TimerService::Schedule {
+// where said: what the user may do is a matter of the command table. A start is no event that could
+// be missed: each tick compares what ought to run with what runs. Main lane only.
+class ScheduleService final : public TimerService::Schedule, public Lifecycle::Schedule {
  public:
   class Bridge {
    public:
@@ -49,10 +54,12 @@ class ScheduleService final : public TimerService::Schedule {
     Date end;
   };
 
-  // Loads; starts and saves nothing.
+  // Loads; starts and saves nothing. All outlive this object.
   ScheduleService(TimerService& timer, FocusPresetStore& presets, FocusSessionCoordinator& screens,
                   const StoredSwitch& uses24HourTime, const Ports& ports,
                   const Neighbours& neighbours);
+  ScheduleService(const ScheduleService&) = delete;
+  ScheduleService& operator=(const ScheduleService&) = delete;
 
   template <class T>
   using Value = Owned<T, ScheduleService>;
@@ -66,32 +73,109 @@ class ScheduleService final : public TimerService::Schedule {
   Value<bool> isHardRoutineActive{false};  // hard routine is in force right now
   Value<std::optional<Uuid>> activeEntryID;
 
-  Calendar calendar() const;  // of the zone that the missions are expressed in now
+  // Of the zone that the missions are expressed in now; a tick follows a traveller.
+  const Calendar& calendar() const { return calendar_; }
   const std::vector<ScheduleEntry>& activeScheduleEntries() const;
+  // Of missions that overlap, the one that began first.
   std::optional<Occurrence> activeOccurrence(Date at) const;
+  // Whether its occurrence covers this moment, stopped or not: editors leave such a mission alone.
   bool isEntryCurrentlyActive(const ScheduleEntry& entry) const;
+  bool hasPass() const;  // an emergency pass is in force
   bool overlaps(const ScheduleEntry& entry) const;
   bool simpleOverlaps(const ScheduleEntry& entry) const;
   std::string timeText(int minutes) const;  // as the setting of 24-hour time has it
+  // What is stored for that planner could not be read, and the user has made no list in its place:
+  // the empty one must not go to other devices.
+  bool isListUnread(ScheduleOperatingMode planner) const;
 
-  // Each saves, ticks and puts the watchdog in step 0.4 seconds later.
+  // Each saves, ticks and puts the watchdog in step 0.4 seconds later. An equal value is no change.
   void setEnabled(bool on);
   void setHardRoutineEnabled(bool on);
-  // An equal list is no change. With an undo manager the step can be taken back.
+  // Dates become starts of days. With an undo manager, which must outlive this object, the step can
+  // be taken back.
   void replaceEntries(std::vector<ScheduleEntry> with, UndoManager* undoManager,
                       const std::string& actionName);
   void replaceSimpleEntries(std::vector<ScheduleEntry> with, UndoManager* undoManager,
                             const std::string& actionName);
-  // False: refused, because a mission is running.
+  // False: refused, because a mission is running. Forfeits a pass.
   bool changeOperatingMode(ScheduleOperatingMode to, bool interruptCurrent);
 
-  void startMonitoring();
-  void stopMonitoring();
+  void startMonitoring() override;
+  void stopMonitoring() override;
+  // Idempotent for a moment. Reached from inside itself, it asks for another round and returns.
   void tick();
 
-  void scheduledTimerReachedBoundary() override;
+  void scheduledTimerReachedBoundary() override { tick(); }
   void suppressCurrentOccurrence() override;
-  void activateEmergencyPass() override;
+  Preferences::Changes activateEmergencyPass() override;
+
+ private:
+  // An occurrence of today, as an index into the list in force.
+  struct Slot {
+    size_t index;
+    Date start;
+    Date end;
+  };
+  struct Day {
+    std::chrono::local_days day;
+    Date start;
+    Date end;
+    std::vector<Slot> slots;  // in the order in which they claim a moment
+  };
+  struct Stopped {
+    Uuid entryID;
+    std::chrono::local_days day;
+  };
+  struct Next {
+    Date foundAt;
+    std::chrono::local_days day;  // of foundAt
+    std::optional<Slot> slot;
+    std::chrono::local_days slotDay;
+  };
+
+  Value<std::vector<ScheduleEntry>>& listOf(ScheduleOperatingMode planner);
+  void load();
+  std::vector<ScheduleEntry> loadList(ScheduleOperatingMode planner, const Calendar& storedIn);
+  void save();
+  void didChange();
+  void syncScheduleAgentSoon();
+  void syncScheduleAgent();
+  void replace(ScheduleOperatingMode planner, std::vector<ScheduleEntry> with,
+               UndoManager* undoManager, const std::string& actionName);
+
+  const Day& dayOf(Date at) const;
+  const Slot* slotAt(Date at) const;
+  void forgetDerived();
+
+  void round();
+  bool followZone();
+  void forgetPass();
+  bool isStopped(const Uuid& entryID, Date now);
+  bool isRunning(const Uuid& entryID, const Slot& occurrence) const;
+  void startMission(const Slot& occurrence);
+  void endMission(bool recordCompletion, Date now);
+  void refreshNextBlock(Date now);
+  Next findNext(Date now) const;
+
+  TimerService& timer_;
+  FocusPresetStore& presets_;
+  FocusSessionCoordinator& screens_;
+  const StoredSwitch& uses24HourTime_;
+  const Ports ports_;
+  const Neighbours& neighbours_;
+
+  Calendar calendar_;
+  std::optional<Date> passBlockedUntil_;
+  std::optional<Stopped> stopped_;  // what the user has stopped by hand
+  // Stored lists that could not be read, until they are set aside.
+  std::map<ScheduleOperatingMode, PreferenceValue> damaged_;
+  mutable std::optional<Day> day_;
+  std::optional<Next> next_;
+  bool isTicking_ = false;
+  bool ticksAgain_ = false;
+
+  Subscription monitor_;
+  Subscription agentSync_;
 };
 
 }  // namespace velmora

@@ -89,7 +89,7 @@ class Resident {
         app_(Platform{clock_, loop_, pageQueue_, scanQueue_, *preferences_, random_, desktop_,
                       link_, coverPanels_, applications_, installed_, catalog_, listeners_, files_,
                       notifications_, sounds_, log_, statusItem_, guardian_, loginAgent_,
-                      authentication_, agentQueue_,
+                      scheduleAgent_, authentication_, agentQueue_,
                       std::string(resources::blockPage()), VELMORA_HOME_DOMAIN}),
         diagnostics_(catalog_, desktop_, link_, local::programFolder() + "/velmora-browser-host"),
         state_(app_, catalog_, link_, VELMORA_VERSION),

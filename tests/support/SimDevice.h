@@ -46,8 +46,8 @@ struct SimDevice {
     app = std::make_unique<App>(Platform{clock, *loop, *pageLane, *scanLane, preferences, random,
                                          *screen, *screen, *panels, *apps, installed, catalog,
                                          listeners, files, notifications, sounds, log, statusItem,
-                                         guardian, loginAgent, authentication, *agentLane,
-                                         "<html>the wall</html>", "velmora.invalid"});
+                                         guardian, loginAgent, scheduleAgent, authentication,
+                                         *agentLane, "<html>the wall</html>", "velmora.invalid"});
   }
   void start(Lifecycle::Launch launch = Lifecycle::Launch::shown) {
     app->start(launch);
@@ -74,6 +74,7 @@ struct SimDevice {
   FakeStatusItem statusItem;
   FakeLaunchAgent guardian;
   FakeLaunchAgent loginAgent;
+  FakeScheduleAgent scheduleAgent;
   FakeAuthentication authentication;
   std::unique_ptr<Lane> pageLane;
   std::unique_ptr<Lane> scanLane;

@@ -373,14 +373,18 @@ std::optional<PreferenceValue> SqlitePreferences::read(std::string_view key) con
 }
 
 void SqlitePreferences::write(const Changes& changes) {
+  bool isChanged = false;
   for (const auto& [key, value] : changes) {
+    const auto it = values_.find(key);
+    if (value ? it != values_.end() && it->second == *value : it == values_.end()) continue;
+    isChanged = true;
     if (value)
       values_.insert_or_assign(key, *value);
     else
-      values_.erase(key);
+      values_.erase(it);
     if (file_) unsaved_.insert(key);
   }
-  if (unsaved_.empty()) return;
+  if (!isChanged || unsaved_.empty()) return;
   if (file_->save(unsaved_, values_, log_) == SQLITE_OK)
     unsaved_.clear();
   else

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "ports/Authentication.h"
 #include "ports/LaunchAgent.h"
+#include "ports/ScheduleAgent.h"
 #include "ports/StatusItem.h"
 
 namespace velmora::sim {
@@ -38,6 +40,13 @@ class FakeLaunchAgent final : public LaunchAgent {
   bool installed = false;
   bool isBroken = false;  // nothing can be installed
   std::vector<std::string> told;
+};
+
+class FakeScheduleAgent final : public ScheduleAgent {
+ public:
+  void install(const WatchTable& table) override { installed = table; }
+  void remove() override { installed.reset(); }
+  std::optional<WatchTable> installed;
 };
 
 // The question stays open until the owner answers.

@@ -9,13 +9,17 @@ std::optional<PreferenceValue> FakePreferences::read(std::string_view key) const
 }
 
 void FakePreferences::write(const Changes& changes) {
-  ++writes_;
+  bool isChanged = false;
   for (const auto& [key, value] : changes) {
+    const auto it = values_.find(key);
+    if (value ? it != values_.end() && it->second == *value : it == values_.end()) continue;
+    isChanged = true;
     if (value)
       values_.insert_or_assign(key, *value);
     else
-      values_.erase(key);
+      values_.erase(it);
   }
+  if (isChanged) ++writes_;
 }
 
 Uuid FakeRandom::uuid() {

@@ -21,14 +21,19 @@ namespace velmora::sim {
 class FakeClock final : public Clock {
  public:
   explicit FakeClock(const World& world) : world_(world) {}
-  Date now() const override { return start + world_.sinceBoot() + skew; }
+  Date now() const override {
+    const Date read = start + world_.sinceBoot() + skew;
+    skew += perReading;
+    return read;
+  }
   Monotonic monotonic() const override {
     return Monotonic(world_.sinceBoot());
   }
   Zone zone() const override { return localZone; }
 
   Date start = Date::sinceUnixEpoch(1767603600);  // Monday 2026-01-05 09:00:00 UTC
-  Seconds skew{0};
+  mutable Seconds skew{0};
+  Seconds perReading{0};  // so much later each reading finds it
   Zone localZone = Zone::utc();
 
  private:

@@ -99,6 +99,24 @@ TEST_F(Mission, InPomodoroRhythmAnnouncesEachPhaseOfTheLengthsItBeganWith) {
   EXPECT_EQ(notifications.posted.size(), 2u);
 }
 
+TEST_F(Mission, GoesOnWhenTheClockIsSetBackAsItEnds) {
+  recorder.reactions["boundary"] = [&] { clock.skew -= Seconds(60); };
+  play("mission 3601");
+  EXPECT_EQ(state(), "focus running active 60");
+  play("10");
+  EXPECT_EQ(state(), "focus running active 50");
+}
+
+TEST_F(Mission, ASpentPassIsStoredInOneWriteWithWhatTheScheduleMakesOfIt) {
+  recorder.hasContext = false;
+  play("mission");
+  const auto writes = preferences.writes();
+  play("pass");
+  EXPECT_EQ(preferences.writes(), writes + 1);
+  EXPECT_TRUE(preferences.has("vm_timer_emergencyPassUsedAt"));
+  EXPECT_TRUE(preferences.has("of the schedule"));
+}
+
 class Following : public TimerFixture {
  protected:
   const SharedSession::Plan single = SharedSession::Single{1800.9};

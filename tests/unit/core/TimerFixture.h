@@ -27,7 +27,10 @@ struct TimerNeighbourRecorder final : TimerService::FocusContext,
   void showHUD() override { tell("showHUD"); }
   void dismissHUD() override { tell("dismissHUD"); }
   void sync() override { tell("sync"); }
-  void activateEmergencyPass() override { tell("pass"); }
+  Preferences::Changes activateEmergencyPass() override {
+    tell("pass");
+    return {{"of the schedule", 1}};
+  }
   void suppressCurrentOccurrence() override { tell("suppress"); }
   void scheduledTimerReachedBoundary() override { tell("boundary"); }
   void recordFocusSession(Date) override { tell("habit"); }

@@ -1,0 +1,115 @@
+#include "support/SimDevice.h"
+
+namespace velmora {
+namespace {
+
+// The whole program with missions, from ten to half past on the virtual Monday.
+class MissionsTest : public testing::Test {
+ protected:
+  MissionsTest() {
+    device.start();
+    wait(1);
+    ScheduleEntry site = mission("No X", 600, 615);
+    site.softBlockedSites = {{device.random.uuid(), "x.com"}};
+    ScheduleEntry preset = mission("Deep", 615, 630);
+    preset.protectionMode = ScheduleProtectionMode::brak;
+    app().schedule.replaceEntries({site, preset}, nullptr, "");
+    app().schedule.setEnabled(true);
+    device.screen->open("org.chromium.Chromium", "https://x.com/");
+  }
+  App& app() { return *device.app; }
+  TimerService& timer() { return app().timer; }
+  void wait(double seconds) { world.advance(Seconds(seconds)); }
+  void goTo(int minute) {
+    const Date at = Calendar(Zone::utc()).instant(monday, minute);
+    wait((at - device.clock.now()).count());
+    wait(1.5);
+  }
+  ScheduleEntry mission(const std::string& label, int start, int end) {
+    ScheduleEntry e;
+    e.id = device.random.uuid();
+    e.label = label;
+    e.startMinutes = start;
+    e.endMinutes = end;
+    return e;
+  }
+  bool isBlocking() { return app().engine.isRunning(); }
+  std::string running() {
+    return timer().isScheduledSessionActive.get() ? timer().scheduledMissionName.get() : "-";
+  }
+
+  const std::chrono::local_days monday =
+      Calendar(Zone::utc()).day(Date::sinceUnixEpoch(1767603600));
+  sim::World world;
+  sim::SimDevice device{world};
+};
+
+TEST_F(MissionsTest, BlockFromTheirStartToTheirEndOneAfterAnother) {
+  EXPECT_EQ(running(), "-");
+  EXPECT_FALSE(isBlocking());
+  goTo(600);
+  EXPECT_EQ(running(), "No X");
+  EXPECT_TRUE(isBlocking());
+  EXPECT_FALSE(device.screen->sent.empty()) << "the open page goes to the wall";
+  EXPECT_TRUE(app().screens.scheduledTransition.get());
+  wait(6);
+  EXPECT_FALSE(app().screens.scheduledTransition.get());
+  goTo(615);
+  EXPECT_EQ(running(), "Deep");
+  EXPECT_EQ(app().presets.activeContext.get()->presetName, "Deep Work");
+  goTo(630);
+  EXPECT_EQ(running(), "-");
+  EXPECT_FALSE(isBlocking());
+  EXPECT_TRUE(device.scheduleAgent.installed);
+}
+
+TEST_F(MissionsTest, AKillInsideAMissionEndsItForNoLongerThanTheProgramIsGone) {
+  app().schedule.setHardRoutineEnabled(true);
+  goTo(605);
+  EXPECT_TRUE(device.scheduleAgent.installed->isGuard);
+  for (const double gone : {10.0, 600.0}) {  // the second time into the next mission
+    device.kill();
+    world.jump(Seconds(gone));
+    device.boot();
+    EXPECT_EQ(running(), "-") << "nothing is restored: the schedule works it out again";
+    device.start(Lifecycle::Launch::silent);
+    wait(0.2);
+    EXPECT_EQ(running(), gone == 10 ? "No X" : "Deep");
+    EXPECT_TRUE(isBlocking());
+    EXPECT_TRUE(app().screens.scheduledTransition.get());
+    EXPECT_TRUE(app().lifecycle.isLocked());
+    EXPECT_FALSE(app().lifecycle.isWindowWanted.get());
+  }
+}
+
+TEST_F(MissionsTest, APassLiftsTheBlockTillTheEndOfTheMissionOverAKillAtAnyMoment) {
+  app().schedule.setHardRoutineEnabled(true);
+  goTo(605);
+  timer().useEmergencyPass();
+  EXPECT_EQ(running(), "-");
+  for (int relaunches = 0; relaunches < 2; ++relaunches) {
+    wait(5);
+    EXPECT_TRUE(running() == "-" && !isBlocking() && app().schedule.hasPass());
+    device.relaunch(Seconds(5));
+  }
+  EXPECT_FALSE(timer().emergencyPassAvailable());
+  goTo(615);
+  EXPECT_EQ(running(), "Deep");
+  EXPECT_TRUE(isBlocking());
+}
+
+TEST_F(MissionsTest, TakeOverFromASessionOfTheUsersAndAreStoppedByItsControls) {
+  app().presets.beginFocus(app().presets.presets.get()[1], "");
+  timer().start(true);
+  goTo(600);
+  EXPECT_EQ(running(), "No X");
+  EXPECT_FALSE(app().presets.hasActiveFocusContext());
+  timer().reset();
+  wait(60);
+  EXPECT_TRUE(running() == "-" && !isBlocking());
+  goTo(615);
+  EXPECT_EQ(running(), "Deep");
+}
+
+}  // namespace
+}  // namespace velmora
