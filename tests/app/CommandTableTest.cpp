@@ -108,6 +108,8 @@ TEST_F(CommandTableTest, AWindowIsToldAllThatItDraws) {
                            "presets color writing #0a0b0c", "presets icon writing film"})
     EXPECT_EQ(run(line), line == std::string("start") ? 1 : 0) << line;
   EXPECT_EQ(d.app->presets.presets.get()[2].colorHex, 0x0a0b0c);
+  world.advance(Seconds(1));
+  d.app->schedule.stopMonitoring();  // which would take the notices of no mission away
   for (const char* mission : {"A", "B"}) {
     d.app->screens.showScheduledTransition({mission, "Soft", "9 – 10", Seconds(5)});
     world.advance(Seconds(4));

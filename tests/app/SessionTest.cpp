@@ -16,9 +16,11 @@ class Session : public testing::Test {
   sim::SimDevice device{world};
 };
 
-TEST_F(Session, AFreshStartStoresThePresetsAndTheMinimalModules) {
+TEST_F(Session, AFreshStartStoresThePresetsTheMinimalModulesAndThatNoMissionRuns) {
+  wait(1);
   for (int starts = 0; starts < 2; ++starts) {
-    EXPECT_EQ(device.preferences.all().size(), 2u);
+    EXPECT_EQ(device.preferences.all().size(), 3u);
+    EXPECT_EQ(device.preferences.read("vm_schedule_autoStarted"), PreferenceValue(false));
     EXPECT_TRUE(device.preferences.has("vm_focus_presets_v2"));
     EXPECT_EQ(device.preferences.read("vm_enabledModules"),
               PreferenceValue(PreferenceValue::TextList{"schedule", "sounds"}));

@@ -116,10 +116,13 @@ class Coordination : public TimerFixture {
   BlockingCoordinator coordinator{timer(),        presets, lists,      device.app->monitor,
                                   device.catalog, clock,   neighbours_};
   LateRef<ModuleStore::Commitment> commitment;
-  Lifecycle lifecycle{timer(),     presets,     lists, device.app->modules,
-                      coordinator, preferences, loop,
-                      {device.statusItem, device.guardian, device.authentication, *device.agentLane},
-                      commitment};
+  LateRef<Lifecycle::Schedule> schedule;
+  Lifecycle lifecycle{
+      timer(),     presets,
+      lists,       device.app->modules,
+      coordinator, preferences,
+      loop,        {device.statusItem, device.guardian, device.authentication, *device.agentLane},
+      commitment,  schedule};
 };
 
 TEST_F(Coordination, BrakModeAllowsWhatWasChosenAndBrowsersOnlyForSites) {

@@ -29,7 +29,7 @@ struct TimerNeighbourRecorder final : TimerService::FocusContext,
   void sync() override { tell("sync"); }
   Preferences::Changes activateEmergencyPass() override {
     tell("pass");
-    return {{"of the schedule", 1}};
+    return passChanges;
   }
   void suppressCurrentOccurrence() override { tell("suppress"); }
   void scheduledTimerReachedBoundary() override { tell("boundary"); }
@@ -40,6 +40,7 @@ struct TimerNeighbourRecorder final : TimerService::FocusContext,
   }
 
   bool hasContext = true;
+  Preferences::Changes passChanges;  // what the schedule has stored with a pass
   std::vector<std::string> told;
   std::map<std::string, std::function<void()>> reactions;
 };
