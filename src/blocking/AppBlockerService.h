@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/Property.h"
@@ -71,9 +72,9 @@ class AppBlockerService {
   IDs allowedBundleIDs_;
   bool isScanning_ = false;
   std::shared_ptr<AppBlockerService*> self_;  // what a scan under way holds weakly
-  // The browser processes that were asked under these rules, with the second request while it is
-  // still to come.
-  std::map<int32_t, Subscription> asked_;
+  // The browser processes that were asked under these rules, by number and instance, with the
+  // second request while it is still to come.
+  std::map<std::pair<int32_t, uint64_t>, Subscription> asked_;
   Subscription observer_;
 };
 

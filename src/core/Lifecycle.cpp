@@ -146,6 +146,8 @@ void Lifecycle::endSession() {
 
 bool Lifecycle::applicationShouldTerminate() {
   if (isLocked()) return false;
+  // News that is still due would go with stop(), and a guardian left behind would undo the quit.
+  reconcileGuardian();
   stop();
   return true;
 }

@@ -87,7 +87,9 @@ class Resident {
                       notifications_, sounds_, log_, statusItem_, guardian_, loginAgent_,
                       authentication_, agentQueue_,
                       std::string(resources::blockPage()), VELMORA_HOME_DOMAIN}),
-        diagnostics_(catalog_, desktop_, link_, local::programFolder() + "/velmora-browser-host"),
+        diagnostics_({catalog_, desktop_, link_, statusItem_,
+                      local::programFolder() + "/velmora-browser-host",
+                      AgentPlaces::current(local::residentProgram()).userManager}),
         state_(app_, catalog_, link_, VELMORA_VERSION),
         commands_({app_, catalog_, *preferences_, state_, diagnostics_, [this] { quitSoon(); },
                    local::installBrowserLink}),
@@ -113,7 +115,7 @@ class Resident {
  private:
   void quitSoon() {
     quit_ = loop_.after(kQuitDelay, [this] {
-      if (!app_.lifecycle.isLocked()) end();
+      if (app_.lifecycle.applicationShouldTerminate()) end();
     });
   }
   // The desktop, the system or a signal: never refused.

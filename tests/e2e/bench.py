@@ -1,6 +1,7 @@
 """The vocabulary of the end-to-end tests: a Velmora, a display and a browser of their own."""
 
 import os
+import shutil
 import time
 import unittest
 
@@ -44,7 +45,7 @@ class WithBrowser:
         cls.addClassCleanup(cls.screen.close)
         cls.velmora = Velmora(cls.screen.display, VELMORA_DEBUG="1").start()
         cls.addClassCleanup(cls.velmora.close)
-        cls.addClassCleanup(lambda: os.replace(cls.velmora.log, os.path.join(LOGS, cls.__name__ + ".log")))
+        cls.addClassCleanup(lambda: shutil.move(cls.velmora.log, os.path.join(LOGS, cls.__name__ + ".log")))
         cls.web = Web()
         cls.addClassCleanup(cls.web.close)
         cls.velmora.tell("install-browser-link")

@@ -1,5 +1,6 @@
 """A stage for the real program: a private network, display and home, and Velmora running on it."""
 
+import contextlib
 import ctypes
 import fcntl
 import json
@@ -100,8 +101,8 @@ class Velmora:
         return process
 
     def note(self, text):
-        """A line of the log, with the time at which it came."""
-        with open(self.log, "a") as log:
+        """A line of the log, with the time at which it came. Last words may come after the home is gone."""
+        with contextlib.suppress(FileNotFoundError), open(self.log, "a") as log:
             log.write("%.3f %s\n" % (time.time(), text))
 
     def start(self):
