@@ -10,7 +10,8 @@
 namespace velmora {
 namespace {
 
-// `show` lets the application of this identity withdraw its windows, or show them again.
+// `show` lets the application withdraw its windows, or show them again; a window manager that is
+// still busy with them may not notice, so it is told until it has.
 void expectContract(Applications& applications, const std::function<void(std::string)>& launch,
                     const std::function<void(RunningApplication, bool)>& show,
                     const std::function<bool(const std::function<bool()>&)>& until) {
@@ -33,19 +34,24 @@ void expectContract(Applications& applications, const std::function<void(std::st
     return std::ranges::find(all, one) != all.end();
   };
   const auto withdraw = [&](const auto& application) {
-    show(application, false);
-    EXPECT_TRUE(until([&] { return !has(applications.running(), application); }));
+    EXPECT_TRUE(until([&] {
+      show(application, false);
+      return !has(applications.running(), application);
+    }));
     EXPECT_TRUE(applications.isRunning(application));
   };
   withdraw(early);
   auto token = applications.onLaunch(hear);
   const auto late = started("late");
   EXPECT_TRUE(until([&] { return told == std::vector{late}; }));
-  show(early, true);
-  EXPECT_TRUE(until([&] { return told == std::vector{late, early}; })) << "back from a tray";
+  const auto comesBack = [&](const auto& application) {
+    const size_t before = told.size();
+    EXPECT_TRUE(until([&] { return show(application, true), told.size() > before; }));
+  };
+  comesBack(early);
   withdraw(late);
-  show(late, true);
-  EXPECT_TRUE(until([&] { return told == std::vector{late, early, late}; }));
+  comesBack(late);
+  EXPECT_EQ(told, (std::vector{late, early, late})) << "back from a tray";
 
   applications.forceTerminate({late.pid, "early", late.instance});
   applications.forceTerminate({late.pid, "late", late.instance + 1});
@@ -69,7 +75,11 @@ TEST(ApplicationsContract, HoldsForTheSimulatedApplications) {
   sim::FakeApplications applications{loop};
   expectContract(applications, [&](const std::string& id) { applications.launch(id); },
                  [&](const auto& one, bool isShown) { applications.setShown(one, isShown); },
-                 [&](const auto& holds) { return world.advance(Seconds(1)), holds(); });
+                 [&](const auto& holds) {
+                   for (int i = 0; i < 2; ++i)
+                     if (world.advance(Seconds(1)), holds()) return true;
+                   return false;
+                 });
 }
 
 struct X11Bench {
