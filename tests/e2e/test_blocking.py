@@ -9,6 +9,8 @@ import unittest
 from bench import HOME, MOMENT, WithBrowser, eventually, url, wall_clock
 from browsers import Chromium, Firefox
 
+KILLS = int(os.environ.get("VELMORA_KILLS", "1"))  # of the program; the log tells how soon pages opened
+
 
 class Blocking(WithBrowser):
     def test_a_listed_site_and_its_subdomains_go_to_the_wall_and_others_stay(self):
@@ -112,11 +114,16 @@ class Blocking(WithBrowser):
 
     def test_a_killed_program_comes_back_with_its_clock_and_its_blocking(self):
         began, expected = time.time(), self.remaining()
-        self.velmora.kill()
-        self.visit_lifted("listed.test", within=5)
-        self.assertStays("listed.test")
-        self.velmora.start()
-        self.assertWall(d="listed.test", timeout=12)
+        lifted = []
+        for _ in range(KILLS):
+            killed = time.monotonic()
+            self.velmora.kill()
+            self.visit_lifted("listed.test", within=5)
+            lifted.append(time.monotonic() - killed)
+            self.assertStays("listed.test")
+            self.velmora.start()
+            self.assertWall(d="listed.test", timeout=12)
+        self.velmora.note("lifted at the latest %.2f s after the kill" % max(lifted))
         eventually(lambda: self.velmora.status()["session"]["running"], 2)
         late = self.remaining() - wall_clock(began, expected)
         self.assertTrue(-1.05 <= late <= 2.4, "%.2f s late" % late)  # whole seconds, and 0.3 s until it goes on
