@@ -113,7 +113,7 @@ class Window:
         threading.Thread(target=lambda: [self.lines.put(line) for line in self.process.stdout], daemon=True).start()
         search = ("search", "--onlyvisible", "--pid", str(self.process.pid))
         # Asked again and again: xdotool's own waiting misses a window that is there at once.
-        self.id = eventually(lambda: self.visible() and self._xdotool(*search, check=False), 10, 0.05).split()[0]
+        self.id = eventually(lambda: self.visible() and self._xdotool(*search, check=False), 30, 0.05).split()[0]
         self._xdotool("windowfocus", "--sync", self.id)
 
     def _xdotool(self, *words, check=True):
@@ -133,7 +133,7 @@ class Window:
 
     def shows(self, *texts):
         """Waits until all of them stand in it."""
-        return eventually(lambda: set(texts) <= set(self.visible()), 10, 0.05)
+        return eventually(lambda: set(texts) <= set(self.visible()), 30, 0.05)
 
     def press(self, *keys):
         self._xdotool("key", "--window", self.id, "--delay", "60", *keys)
