@@ -473,7 +473,7 @@ CommandResult focus(const Environment& e, Arguments arguments) {
   const FocusPreset* preset = findPreset(e, name);
   if (!preset) return noPreset(name);
   TimerService& t = e.app.timer;
-  if (t.isRunning.get())
+  if (t.isRunning.get() && !e.app.screens.isGateShowing())
     return CommandResult::refused("A session is running: its focus was chosen when it began");
   e.app.screens.confirmFocusSelection(FocusPreset(*preset), task);
   const auto& context = e.app.presets.activeContext.get();

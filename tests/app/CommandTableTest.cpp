@@ -33,6 +33,16 @@ TEST_F(CommandTableTest, StartStopsAtTheGateAndNamesTheWayOn) {
   EXPECT_EQ(d.app->presets.activeContext.get()->presetName, "Deep Work");
 }
 
+TEST_F(CommandTableTest, AGateIsAnsweredEvenWhileABreakRuns) {
+  EXPECT_EQ(run("start"), 1);
+  EXPECT_EQ(run("skip"), 0);
+  world.advance(Seconds(1));
+  ASSERT_TRUE(timer().isRunning.get() && d.app->screens.isGateShowing());
+  EXPECT_EQ(run("focus Writing"), 0);
+  EXPECT_FALSE(d.app->screens.isGateShowing());
+  EXPECT_EQ(d.app->presets.activeContext.get()->presetName, "Writing");
+}
+
 TEST_F(CommandTableTest, AHardSessionRefusesEveryWayOutButThePass) {
   for (const char* line : {"mode soft", "settings set isHardcore true", "sites add reddit.com",
                            "apps add steam", "start"})
