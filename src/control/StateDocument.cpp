@@ -139,9 +139,12 @@ Value StateDocument::surfaces() const {
   const auto& gate = screens.gateReason.get();
   const auto& origin = screens.hudOrigin.get();
   const auto& notice = screens.scheduledTransition.get();
+  static constexpr std::string_view kLockNames[] = {"none", "asked", "locked"};
   return Object{{"window", Object{{"wanted", app_.lifecycle.isWindowWanted.get()},
                                   {"request", app_.lifecycle.windowRequests.get()}}},
-                {"gate", Object{{"showing", gate.has_value()}, {"reason", gate.value_or("")}}},
+                {"gate", Object{{"showing", gate.has_value()},
+                                {"reason", gate.value_or("")},
+                                {"lock", kLockNames[static_cast<size_t>(screens.screenLock.get())]}}},
                 {"hud", Object{{"showing", screens.isHUDShowing.get()},
                                {"x", origin ? Value(origin->x) : Value()},
                                {"y", origin ? Value(origin->y) : Value()}}},
@@ -199,7 +202,7 @@ std::vector<Subscription> StateDocument::observe(std::function<void()> changed) 
      t.isChronoCountdownMode, t.countdownDuration, t.countdownRemaining, t.countdownRunning,
      app_.lists.blockedApps, app_.lists.blockedSites, app_.presets.presets,
      app_.presets.activeContext, app_.modules.enabledModules, app_.screens.gateReason,
-     app_.screens.isHUDShowing, app_.screens.hudOrigin, app_.screens.scheduledTransition,
+     app_.screens.screenLock, app_.screens.isHUDShowing, app_.screens.hudOrigin, app_.screens.scheduledTransition,
      app_.lifecycle.isWindowWanted, app_.lifecycle.windowRequests, app_.lifecycle.menu,
      app_.lifecycle.showsInDock.isOn, app_.lifecycle.guardianInstalled,
      app_.launchAtLogin.isEnabled, app_.lifecycle.hasSeenWelcome.isOn, app_.uses24HourTime.isOn,
