@@ -95,7 +95,8 @@ class Resident {
                    local::installBrowserLink}),
         control_(listeners_, loop_, log_, commands_, state_),
         window_(loop_, log_,
-                {local::programFolder() + "/velmora-window", "--socket", controlSocketPath()}),
+                {local::programFolder() + "/velmora-window", "--resident",
+                 std::to_string(getpid()), "--socket", controlSocketPath()}),
         activation_(loop_, [this] { app_.lifecycle.applicationShouldHandleReopen(); }),
         display_(loop_, kDisplayPatience, [this] { end(); }) {}
 
@@ -130,6 +131,8 @@ class Resident {
     const auto update = [this](const auto&) { updateWindow(); };
     windowNews_.push_back(app_.lifecycle.isWindowWanted.observe(update));
     windowNews_.push_back(app_.screens.gateReason.observe(update));
+    windowNews_.push_back(session_.screenLock().observe(
+        [this](ScreenLock lock) { app_.screens.setScreenLock(lock); }));
     windowNews_.push_back(app_.screens.isHUDShowing.observe(update));
     windowNews_.push_back(app_.screens.scheduledTransition.observe(update));
     windowNews_.push_back(

@@ -22,14 +22,14 @@ class Surfaces final : public QObject {
 
  signals:
   void allGone();
-  // The gate stands and the program does not answer.
-  void programIsMute();
+  // As of the gate.
+  void gateFailed(const QString& why);
 
  private:
   void follow();
-  void followGate(bool isWanted);
+  void followGate(const QJsonObject& gate);
   void followHud(const QJsonObject& hud);
-  void followNotice(bool isWanted);
+  void followNotice(const QJsonObject& notice);
   void followWindow(const QJsonObject& window, const QJsonObject& desktop);
 
   Velmora& velmora_;

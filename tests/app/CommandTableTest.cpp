@@ -125,10 +125,11 @@ TEST_F(CommandTableTest, AWindowIsToldAllThatItDraws) {
   for (const char* preset : {"Deep Work", "Editing", "Writing"})
     d.tell("presets", {"remove", preset});
   EXPECT_EQ(d.app->presets.presets.get().size(), 3u) << "a gate always has a way through";
+  d.app->screens.setScreenLock(ScreenLock::asked);
   EXPECT_EQ(json::dump(*d.state.whole().find("surfaces")),
             R"({"window":{"wanted":true,"request":2},"gate":{"showing":true,"reason":)"
-            R"("Choose your next focus"},"hud":{"showing":false,"x":-20.0,"y":40.5},"notice":)"
-            R"({"mission":"B","presetName":"Soft","timeRange":"9 – 10","duration":5.0}})");
+            R"("Choose your next focus","lock":"asked"},"hud":{"showing":false,"x":-20.0,"y":40.5},)"
+            R"("notice":{"mission":"B","presetName":"Soft","timeRange":"9 – 10","duration":5.0}})");
   d.relaunch(Seconds(1));
   EXPECT_EQ(json::dump(*StateDocument(*d.app, d.catalog, d.links, "").whole().find("desktop")),
             R"({"showInDock":false,"launchAtLogin":false,"guardian":false,"locked":false,)"

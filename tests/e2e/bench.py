@@ -11,6 +11,7 @@ from stage import Screen, Velmora, wall_reason
 HOLD = 1.9  # seconds for which what stays is watched: longer than from one look to the next
 MOMENT = 0.4  # seconds until browsers surely know what is in sight
 HOME = "http://home.test/"
+KILLS = int(os.environ.get("VELMORA_KILLS", "1"))  # of the program, in tests that kill it
 LOGS = os.path.join(REPOSITORY, "build", "e2e")
 
 
@@ -29,6 +30,17 @@ class WithVelmora(unittest.TestCase):
         control = self.velmora.connect()
         self.addCleanup(control.close)
         return control
+
+
+class WithScreen(unittest.TestCase):
+    """One program and one display for each test."""
+
+    def setUp(self):
+        self.screen = Screen()
+        self.addCleanup(self.screen.close)
+        self.velmora = Velmora(self.screen.display)
+        self.addCleanup(self.velmora.close)
+        self.velmora.start()
 
 
 class WithBrowser:

@@ -6,10 +6,8 @@ import signal
 import time
 import unittest
 
-from bench import HOME, MOMENT, WithBrowser, eventually, url, wall_clock
+from bench import HOME, KILLS, MOMENT, WithBrowser, eventually, url, wall_clock
 from browsers import Chromium, Firefox
-
-KILLS = int(os.environ.get("VELMORA_KILLS", "1"))  # of the program; the log tells how soon pages opened
 
 
 class Blocking(WithBrowser):
@@ -71,6 +69,25 @@ class Blocking(WithBrowser):
         self.visit("www.listed.test", other)
         self.assertWall(other, d="listed.test")
         self.assertStays("home.test")
+
+    def test_a_cover_goes_with_the_program(self):
+        is_shown = lambda row: "IsViewable" in self.screen.run("xwininfo", "-id", row.split()[0])
+        covers = lambda: [row for row in self.screen.run("xwininfo", "-root", "-tree").splitlines()
+                          if '("velmora" "Velmora")' in row and is_shown(row)]
+        worst = 0
+        for _ in range(KILLS):
+            self.velmora.tell("reset")
+            self.visit_lifted("listed.test", within=3)
+            self.velmora.tell("start")
+            self.assertTrue(eventually(covers), "no cover")
+            since = time.monotonic()
+            self.velmora.kill()
+            self.assertTrue(eventually(lambda: not covers(), 1), "it outlives the program")
+            worst = max(worst, time.monotonic() - since)
+            self.velmora.start()
+            self.assertTrue(self.velmora.linked())
+        if KILLS > 1:
+            print("\nworst of %d, seconds: %.2f" % (KILLS, worst))
 
     def test_a_pause_lifts_and_a_start_blocks_again(self):
         self.velmora.tell("pause")

@@ -144,6 +144,21 @@ class Velmora:
     def connect(self):
         return Control(self.control_path)
 
+    def processes(self, word):
+        """Those of this installation's home with a word of their command line."""
+        found = []
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open("/proc/%s/environ" % pid) as environment, open("/proc/%s/cmdline" % pid) as command:
+                    if "HOME=" + self.home.path + "\0" in environment.read() and word in command.read().split("\0"):
+                        found.append(int(pid))
+            except OSError:
+                pass
+        return found
+
+    def window_processes(self):
+        return self.processes(PROGRAMS + "/velmora-window")
+
     def status(self):
         return json.loads(self.tell("status", "--json"))
 
