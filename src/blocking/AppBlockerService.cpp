@@ -103,7 +103,7 @@ void AppBlockerService::askToQuit(const RunningApplication& application) {
 // --- what is installed ---------------------------------------------------------------------------
 
 std::vector<InstalledApp> AppBlockerService::getInstalledApps() const {
-  return listed(installed_.scan());
+  return withRunning(installed_.scan());
 }
 
 void AppBlockerService::preloadInstalledApps() {
@@ -118,12 +118,14 @@ void AppBlockerService::preloadInstalledApps() {
       const auto self = weak.lock();
       if (!self) return;
       (*self)->isScanning_ = false;
-      (*self)->installedApps.set((*self)->listed(found));
+      if ((*self)->installedApps.get() == found) return;
+      ++(*self)->installedRevision_;
+      (*self)->installedApps.set(found);
     });
   });
 }
 
-std::vector<InstalledApp> AppBlockerService::listed(std::vector<InstalledApp> apps) const {
+std::vector<InstalledApp> AppBlockerService::withRunning(std::vector<InstalledApp> apps) const {
   for (const auto& application : applications_.running())
     apps.push_back({application.bundleID, application.bundleID, "", ""});
   IDs seen{std::string(kOwnBundleID)};

@@ -14,6 +14,7 @@ Lifecycle::Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistSt
                      Preferences& preferences, RunLoop& loop, const Ports& ports,
                      const LateRef<Commitment>& commitment)
     : showsInDock(preferences, "vm_showInDock", true),
+      showsSidebar(preferences, "vm_sidebar_visible", true),
       hasSeenWelcome(preferences, "vm_hasSeenWelcome", false),
       timer_(timer),
       presets_(presets),
