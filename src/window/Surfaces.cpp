@@ -49,7 +49,10 @@ void Surfaces::followWindow(const QJsonObject& window, const QJsonObject& deskto
   const int request = window.value("request").toInt();
   const bool isNew = !window_;
   if (isNew) window_ = std::make_unique<MainWindow>(engine_, velmora_, "Main.qml");
-  window_->setSkippingTaskBar(!desktop.value("showInDock").toBool(true));
+  const InTaskBar now{desktop.value("showInDock").toBool(true),
+                      velmora_.member("session").value("active").toBool()};
+  if (isNew || now != inTaskBar_) window_->setSkippingTaskBar(!now.isShown);
+  inTaskBar_ = now;
   if (isNew || request > request_) window_->present();
   request_ = request;
 }

@@ -26,6 +26,12 @@ class Surfaces final : public QObject {
   void gateFailed(const QString& why);
 
  private:
+  // What goes to the window manager anew when any of it changes.
+  struct InTaskBar {
+    bool isShown = true;
+    bool isSession = false;
+    bool operator==(const InTaskBar&) const = default;
+  };
   void follow();
   void followGate(const QJsonObject& gate);
   void followHud(const QJsonObject& hud);
@@ -35,6 +41,7 @@ class Surfaces final : public QObject {
   Velmora& velmora_;
   QQmlEngine engine_;
   std::unique_ptr<MainWindow> window_;
+  InTaskBar inTaskBar_;  // as the manager was told last
   int request_ = 0;  // the last one that was heard
   std::unique_ptr<GateWindows> gate_;
   std::unique_ptr<Hud> hud_;

@@ -57,7 +57,8 @@ void Velmora::run(const QString& command, const QStringList& arguments, const QJ
     QJSValue result = engine->newObject();
     result.setProperty("status", answer.status);
     result.setProperty("output", answer.output);
-    result.setProperty("error", answer.error);
+    // How a command is written helps at the command line only.
+    result.setProperty("error", answer.status == 2 ? "Velmora can't do that" : answer.error);
     done.call({result});
   });
 }

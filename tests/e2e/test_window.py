@@ -59,6 +59,7 @@ class Gate(WithSurfaces):
     def test_it_keeps_every_key_and_leads_on_by_the_form_alone(self):
         takes = self.notebook()
         self.velmora.tell("presets", "allow-app", "Editing", "xterm")
+        self.velmora.tell("presets", "rename", "Editing", "Deep Work")  # a name may stand twice
         self.raise_gate()
         self.keys("key", "alt+Tab", "alt+F4", "ctrl+alt+Right", "Escape")
         self.screen.run("wmctrl", "-a", "notebook")
@@ -67,8 +68,8 @@ class Gate(WithSurfaces):
         self.assertFalse(self.velmora.status()["session"]["running"])
         self.keys("key", "Return")
         self.assertTrue(eventually(lambda: self.velmora.status()["session"]["running"], 5))
-        focus = self.velmora.status()["focus"]
-        self.assertEqual((focus["presetName"], focus["taskName"]), ("Editing", "Chapter two"))
+        focus, presets = self.velmora.status()["focus"], json.loads(self.velmora.tell("presets", "--json"))
+        self.assertEqual((focus["presetID"], focus["taskName"]), (presets[1]["id"], "Chapter two"))
         self.assertTrue(self.is_gone())
         self.assertTrue(eventually(takes, 1), "the keyboard is not given back to who had it")
 
