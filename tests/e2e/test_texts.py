@@ -90,7 +90,9 @@ class Words(WithScreen):
                          "Quiet writing session.", "Custom focus preset", "Reset", "Skip to next session",
                          "Focus", "Short Break", "Long Break", "Enable hardcore mode — no pause, no restart, no skip")
         self.velmora.run("start")
-        self.assertShows("Choose your next focus", "What will you work on?")
+        for name, place, output in (("left", "640/200x900/200+0+0", "screen"), ("right", "640/200x900/200+640+0", "none")):
+            self.screen.run("xrandr", "--setmonitor", name, place, output)
+        self.assertShows("Choose your next focus", "What will you work on?", "Choose your focus preset on the main display")
         self.tell("focus Writing --task Chapter two")
         self.assertShows(LOCKED, "Chapter two · Writing")
         self.tell("pause")
