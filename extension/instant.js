@@ -9,7 +9,8 @@ export const BLOCK_PAGE = "http://127.0.0.1:52700/";
 
 const MOST_RULES = 8;
 const SCOPE_RULE = MOST_RULES + 1; // id and priority; the redirects count down from the one below
-const RULE_IDS = Array.from({ length: SCOPE_RULE }, (_, index) => index + 1);
+const LOCAL_RULE = SCOPE_RULE + 1;
+const RULE_IDS = Array.from({ length: LOCAL_RULE }, (_, index) => index + 1);
 
 // Chromium builds all session rules anew whenever one changes, while its windows stand still for
 // some five milliseconds for each thousand domains. The pages of longer lists we turn away
@@ -23,7 +24,9 @@ const MOST_DOMAINS = isFirefox ? Infinity : MOST_DOMAINS_CHROMIUM;
 const HOST = String.raw`^https?://(?:[^/?#@]*@)?(?:www\.)?([^/?#:@\[]*[^/?#:@\[.])\.*(?:[:/?#].*)?$`;
 const host = new RegExp(HOST);
 
-const LOCAL = ["127.0.0.1", "localhost"];
+const LOOPBACK = "127.0.0.1";
+const LOCALHOST = "localhost"; // alone: what is below it is judged
+const LOCALHOST_ADDRESS = String.raw`^https?://(?:[^/?#@]*@)?(?:www\.)?localhost\.*(?:[:/?#].*)?$`;
 const UNNAMED = "porn"; // a reason that keeps the page's address to itself
 
 let rules = []; // { reason, allowlist, domains, isBrowsers }, the first that forbids a page decides
@@ -38,7 +41,7 @@ let mayRedirect = false; // the user can take this right from us at any time
 
 export function beginRules({ rules: told, exempt: domains, last }) {
   const fresh = told.slice(0, MOST_RULES).map((rule) => ({ ...rule, domains: new Set() }));
-  arriving = { rules: fresh, exempt: new Set([...LOCAL, ...domains]) };
+  arriving = { rules: fresh, exempt: new Set([LOOPBACK, ...domains]) };
   if (last) finishRules();
 }
 
@@ -65,7 +68,7 @@ function handOver() {
   const redirects = rules
     .map((rule, index) => rule.isBrowsers && redirectOf(rule, MOST_RULES - index))
     .filter(Boolean);
-  change(RULE_IDS, redirects.length ? [scopeRule(), ...redirects] : []);
+  change(RULE_IDS, redirects.length ? [localRule(), scopeRule(), ...redirects] : []);
 }
 
 // The tabs on screen, whenever they may have changed.
@@ -92,7 +95,7 @@ export function dropRules() {
 export function wallFor(tabId, address) {
   if (!tabs.includes(tabId)) return undefined;
   const name = host.exec(address)?.[1];
-  if (name === undefined || isAmong(name, exempt)) return undefined;
+  if (name === undefined || name === LOCALHOST || isAmong(name, exempt)) return undefined;
   const rule = rules.find(({ allowlist, domains }) => isAmong(name, domains) !== allowlist);
   const isBrowsers = rule?.isBrowsers && enforced.has(tabId);
   return rule && { address: wallOf(rule, name), isBrowsers };
@@ -145,6 +148,15 @@ function scopeRule() {
     priority: SCOPE_RULE,
     action: { type: "allow" },
     condition: { resourceTypes: ["main_frame"], excludedTabIds: tabs },
+  };
+}
+
+function localRule() {
+  return {
+    id: LOCAL_RULE,
+    priority: LOCAL_RULE,
+    action: { type: "allow" },
+    condition: { regexFilter: LOCALHOST_ADDRESS, resourceTypes: ["main_frame"] },
   };
 }
 

@@ -79,20 +79,17 @@ void AppBlockerService::enforceRunningApps() {
 }
 
 void AppBlockerService::launched(const RunningApplication& application) {
-  // Unless the first request came just before this news, it went to an earlier process of the same
-  // number.
-  const auto earlier = asked_.find(application.pid);
-  if (earlier != asked_.end() && !earlier->second) asked_.erase(earlier);
   if (shouldTerminate(application)) terminateBlockedApplication(application);
 }
 
 void AppBlockerService::terminateBlockedApplication(const RunningApplication& application) {
   if (!catalog_.browserBundleIDs().contains(application.bundleID))
     return applications_.forceTerminate(application);
-  if (asked_.contains(application.pid)) return;
+  const std::pair process{application.pid, application.instance};
+  if (asked_.contains(process)) return;
   askToQuit(application);
-  asked_[application.pid] = loop_.after(kRetryDelay, [this, application] {
-    asked_[application.pid] = {};
+  asked_[process] = loop_.after(kRetryDelay, [this, application, process] {
+    asked_[process] = {};
     if (applications_.isRunning(application) && shouldTerminate(application))
       askToQuit(application);
   });
@@ -106,7 +103,7 @@ void AppBlockerService::askToQuit(const RunningApplication& application) {
 // --- what is installed ---------------------------------------------------------------------------
 
 std::vector<InstalledApp> AppBlockerService::getInstalledApps() const {
-  return listed(installed_.scan());
+  return withRunning(installed_.scan());
 }
 
 void AppBlockerService::preloadInstalledApps() {
@@ -121,12 +118,14 @@ void AppBlockerService::preloadInstalledApps() {
       const auto self = weak.lock();
       if (!self) return;
       (*self)->isScanning_ = false;
-      (*self)->installedApps.set((*self)->listed(found));
+      if ((*self)->installedApps.get() == found) return;
+      ++(*self)->installedRevision_;
+      (*self)->installedApps.set(found);
     });
   });
 }
 
-std::vector<InstalledApp> AppBlockerService::listed(std::vector<InstalledApp> apps) const {
+std::vector<InstalledApp> AppBlockerService::withRunning(std::vector<InstalledApp> apps) const {
   for (const auto& application : applications_.running())
     apps.push_back({application.bundleID, application.bundleID, "", ""});
   IDs seen{std::string(kOwnBundleID)};

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/Property.h"
@@ -47,9 +48,14 @@ class AppBlockerService {
   // What is installed and, after it, what else runs, each identity once, sorted by name. Reads the
   // disk, which may take a second.
   std::vector<InstalledApp> getInstalledApps() const;
-  // Does the same in the background, for installedApps.
+  // Reads the disk in the background, for installedApps.
   void preloadInstalledApps();
+  // What was installed when the disk was read last. Tells when a reading found something else.
   Owned<std::vector<InstalledApp>, AppBlockerService> installedApps;
+  // That and, after it, what else runs now, sorted by name. Quick.
+  std::vector<InstalledApp> pickableApps() const { return withRunning(installedApps.get()); }
+  // Raised by each such news.
+  uint64_t installedRevision() const { return installedRevision_; }
 
  private:
   using IDs = std::set<std::string>;
@@ -58,7 +64,7 @@ class AppBlockerService {
   void launched(const RunningApplication& application);
   void askToQuit(const RunningApplication& application);
   std::string canonical(const std::string& id) const { return catalog_.canonicalID(id); }
-  std::vector<InstalledApp> listed(std::vector<InstalledApp> apps) const;
+  std::vector<InstalledApp> withRunning(std::vector<InstalledApp> apps) const;
 
   Applications& applications_;
   const InstalledApplications& installed_;
@@ -70,10 +76,11 @@ class AppBlockerService {
   IDs blockedBundleIDs_;
   IDs allowedBundleIDs_;
   bool isScanning_ = false;
+  uint64_t installedRevision_ = 0;
   std::shared_ptr<AppBlockerService*> self_;  // what a scan under way holds weakly
-  // The browser processes that were asked under these rules, with the second request while it is
-  // still to come.
-  std::map<int32_t, Subscription> asked_;
+  // The browser processes that were asked under these rules, by number and instance, with the
+  // second request while it is still to come.
+  std::map<std::pair<int32_t, uint64_t>, Subscription> asked_;
   Subscription observer_;
 };
 

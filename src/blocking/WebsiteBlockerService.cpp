@@ -12,7 +12,9 @@ WebsiteBlockerService::WebsiteBlockerService(BlockPageServer& server, Files& fil
 
 void WebsiteBlockerService::startBlocking(const std::vector<std::string>& domains,
                                           const std::string& sessionType) {
-  NativeBlockerStatus next{{}, sessionType};
+  NativeBlockerStatus next = status.get();
+  next.blockedDomains.clear();
+  next.sessionType = sessionType;
   for (const auto& domain : domains)
     if (auto clean = cleanDomain(domain); !clean.empty())
       next.blockedDomains.push_back(std::move(clean));
@@ -24,7 +26,10 @@ void WebsiteBlockerService::startBlocking(const std::vector<std::string>& domain
 void WebsiteBlockerService::serveBlockPageOnly() { server_.start(); }
 
 void WebsiteBlockerService::disableBlocking(const std::function<void()>& completion) {
-  status.setIfChanged({});
+  NativeBlockerStatus next = status.get();
+  next.blockedDomains.clear();
+  next.sessionType = NativeBlockerStatus{}.sessionType;
+  status.setIfChanged(std::move(next));
   if (isHelperInstalled()) files_.writeTextAtomically(std::string(triggerFile), "idle");
   if (completion) completion();
 }

@@ -54,6 +54,12 @@ CommandResult status(const Environment& e, Arguments arguments) {
                   : "Blocking: off");
   const auto& browsers = *now.find("browsers")->asArray();
   if (browsers.empty()) out += line("Browsers: none linked (velmora install-browser-link)");
+  const NativeBlockerStatus& sites = e.app.websites.status.get();
+  if (!sites.blockedDomains.empty())
+    out += line("Sites: " + std::to_string(sites.blockedDomains.size()) + " blocked · " +
+                sites.sessionType);
+  if (e.app.appBlocker.isBlocking.get())
+    out += line(std::string("Apps: ") + StateDocument::appRule(e.app.appBlocker));
   for (const auto& browser : browsers) out += line("Browser: " + *browser.find("name")->asString());
   out += line("Wall: " + std::string(rawText(e.app.blockPage.state().get())));
   return CommandResult::done(out);
@@ -69,10 +75,8 @@ CommandResult atGate(const Environment& e) {
   std::string names;
   for (const auto& preset : e.app.presets.presets.get())
     names += (names.empty() ? "" : ", ") + preset.name;
-  return CommandResult::refused(
-      "Brak mode asks for your focus first: velmora focus PRESET "
-      "[--task TEXT] (presets: " +
-      names + ")");
+  return CommandResult::refused("Brak mode asks for your focus first",
+                                "velmora focus PRESET [--task TEXT]; presets: " + names);
 }
 
 // A gate that was raised in Brak mode has no purpose once the clock runs without it.
@@ -147,17 +151,20 @@ CommandResult showScreen(const Environment& e, ScreenMode mode) {
   return CommandResult::done();
 }
 
+CommandResult missionRefusal(const Environment& e, const char* what) {
+  return CommandResult::refused("The mission “" + e.app.timer.scheduledMissionName.get() + "” " +
+                                what);
+}
+
+CommandResult chronoRefusal(const Environment& e) { return missionRefusal(e, "has the clock"); }
+
 CommandResult screen(const Environment& e, const Arguments& arguments) {
   const std::string name = joined(arguments);
   if (name == "pomodoro") return showScreen(e, ScreenMode::pomodoro);
-  if (name == "stopwatch") return showScreen(e, ScreenMode::stopwatch);
-  if (name == "countdown") return showScreen(e, ScreenMode::countdown);
-  return CommandResult::misused("screen pomodoro|stopwatch|countdown");
-}
-
-CommandResult chronoRefusal(const Environment& e) {
-  return CommandResult::refused("The mission “" + e.app.timer.scheduledMissionName.get() +
-                                "” has the clock");
+  if (name != "stopwatch" && name != "countdown")
+    return CommandResult::misused("screen pomodoro|stopwatch|countdown");
+  if (e.app.timer.isScheduledSessionActive.get()) return chronoRefusal(e);
+  return showScreen(e, name == "stopwatch" ? ScreenMode::stopwatch : ScreenMode::countdown);
 }
 
 CommandResult stopwatch(const Environment& e, const Arguments& arguments) {
@@ -208,7 +215,7 @@ CommandResult countdown(const Environment& e, const Arguments& arguments) {
     showScreen(e, ScreenMode::countdown);
     t.startCountdown();
     if (!t.countdownRunning.get())
-      return CommandResult::refused("The countdown has run out: velmora countdown reset");
+      return CommandResult::refused("The countdown has run out", "velmora countdown reset");
     return CommandResult::done(line(t.countdownString()));
   }
   if (t.effectiveIsHardcore() && t.countdownRunning.get()) return hardRefusal();
@@ -216,7 +223,7 @@ CommandResult countdown(const Environment& e, const Arguments& arguments) {
   if (verb == "reset") t.resetCountdown();
   if (verb == "set") {
     if (t.countdownRunning.get())
-      return CommandResult::refused("The countdown is running: velmora countdown pause");
+      return CommandResult::refused("The countdown is running", "velmora countdown pause");
     t.setCountdownDuration(seconds);
   }
   return CommandResult::done(line(t.countdownString()));
@@ -286,6 +293,7 @@ CommandResult mode(const Environment& e, const Arguments& arguments) {
     return CommandResult::done(line(e.app.timer.effectiveBrakModeEnabled() ? "brak" : "soft"));
   if (wanted != "brak" && wanted != "soft") return CommandResult::misused("mode [brak|soft]");
   if (e.app.lifecycle.isSessionHard()) return hardRefusal();
+  if (e.app.timer.isScheduledSessionActive.get()) return missionRefusal(e, "decides the mode");
   settings.isBrakModeEnabled = wanted == "brak";
   settings.isSoftBlocklistEnabled = wanted == "soft";
   return store(e, settings);
@@ -381,7 +389,7 @@ const FocusPreset* findPreset(const Environment& e, std::string_view name) {
 }
 
 CommandResult noPreset(std::string_view name) {
-  return CommandResult::refused("No preset “" + std::string(name) + "” (velmora presets)");
+  return CommandResult::refused("No preset “" + std::string(name) + "”", "velmora presets");
 }
 
 std::string describe(const FocusPreset& preset) {
@@ -411,7 +419,9 @@ CommandResult editPreset(const Environment& e, const Arguments& arguments) {
   if (verb == "remove" && rest.empty()) return store.removePreset(preset), CommandResult::done();
   if (verb == "duplicate" && rest.empty())
     return store.duplicatePreset(preset), CommandResult::done();
-  if (rest.empty()) return CommandResult::misused("presets " + verb + " PRESET WHAT");
+  const bool isEmptyNote = verb == "note" && arguments.size() > 2;
+  if (rest.empty() && !isEmptyNote)
+    return CommandResult::misused("presets " + verb + " PRESET WHAT");
   if (verb == "rename" || verb == "note" || verb == "icon") {
     FocusPreset changed = preset;
     (verb == "rename" ? changed.name : verb == "note" ? changed.note : changed.iconName) = rest;
@@ -473,7 +483,7 @@ CommandResult focus(const Environment& e, Arguments arguments) {
   const FocusPreset* preset = findPreset(e, name);
   if (!preset) return noPreset(name);
   TimerService& t = e.app.timer;
-  if (t.isRunning.get())
+  if (t.isRunning.get() && !e.app.screens.isGateShowing())
     return CommandResult::refused("A session is running: its focus was chosen when it began");
   e.app.screens.confirmFocusSelection(FocusPreset(*preset), task);
   const auto& context = e.app.presets.activeContext.get();
@@ -562,6 +572,7 @@ const std::vector<CommandTable::Command>& CommandTable::commands() {
       {"hud", "move X Y", "Where the mini timer stands", commands::hud},
       {"notice", "dismiss", "Take the notice of a mission's start away", commands::notice},
       {"dock", "on|off", "Show the window among the running applications", commands::dock},
+      {"sidebar", "on|off", "The list of pages at the window's side", commands::sidebar},
       {"login", "on|off", "Start Velmora at login", commands::login},
       {"end", "", "Stop the session, after the owner's proof", commands::end},
       {"welcome", "done", "The first run's welcome has been seen", commands::welcome},

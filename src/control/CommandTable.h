@@ -8,6 +8,7 @@
 
 #include "app/App.h"
 #include "control/StateDocument.h"
+#include "ports/Authentication.h"
 #include "ports/Diagnostics.h"
 
 namespace velmora {
@@ -18,10 +19,13 @@ struct CommandResult {
   int status = 0;
   std::string output;  // for standard output, with its line ends
   std::string error;   // one line, without line end
+  std::string hint;    // what helps at the command line; a window has its own ways
 
-  static CommandResult done(std::string output = {}) { return {0, std::move(output), {}}; }
-  static CommandResult refused(std::string why) { return {1, {}, std::move(why)}; }
-  static CommandResult misused(std::string usage) { return {2, {}, std::move(usage)}; }
+  static CommandResult done(std::string output = {}) { return {0, std::move(output), {}, {}}; }
+  static CommandResult refused(std::string why, std::string hint = {}) {
+    return {1, {}, std::move(why), std::move(hint)};
+  }
+  static CommandResult misused(std::string usage) { return {2, {}, std::move(usage), {}}; }
 };
 
 // Every command that the program obeys, by name. The command line and the windows use this one
@@ -36,6 +40,7 @@ class CommandTable {
     Preferences& preferences;
     const StateDocument& state;
     Diagnostics& diagnostics;
+    Authentication& authentication;
     std::function<void()> quit;  // ends the program soon, after the answer
     // Touches only files; the same without the resident program.
     std::function<CommandResult(const Arguments&)> installBrowserLink;

@@ -9,6 +9,10 @@ namespace velmora {
 using json::Value;
 using Object = Value::Object;
 
+// What the calendar alone changes, such as the pass that is back on Monday, no write tells of.
+static constexpr Seconds kCalendarLook(60);
+static constexpr Seconds kCalendarTolerance(10);
+
 struct ControlServer::Client {
   std::shared_ptr<Connection> connection;
   std::string incoming;
@@ -85,6 +89,7 @@ std::string ControlServer::answer(std::string_view line, bool& wantsState) const
     out.emplace_back("status", result.status);
     out.emplace_back("output", result.output);
     out.emplace_back("error", result.error);
+    if (!result.hint.empty()) out.emplace_back("hint", result.hint);
     return json::dump(out) + "\n";
   };
   const auto request = json::parse(line);
@@ -137,7 +142,9 @@ void ControlServer::subscribe(Client& client) {
   client.isSubscribed = true;
   client.sent = latest_;
   client.outgoing += json::dump(Object{{"state", latest_}}) + "\n";
-  if (observations_.empty()) observations_ = state_.observe([this] { publishSoon(); });
+  if (!observations_.empty()) return;
+  observations_ = state_.observe([this] { publishSoon(); });
+  observations_.push_back(loop_.every(kCalendarLook, kCalendarTolerance, [this] { publish(); }));
 }
 
 void ControlServer::publishSoon() {

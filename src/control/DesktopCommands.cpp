@@ -23,7 +23,7 @@ std::string onOff(bool on) {
 
 CommandResult hardRefusal() {
   return CommandResult::refused(
-      "HARDCORE — STAY FOCUSED: the emergency pass is the only way out (velmora pass)");
+      "HARDCORE — STAY FOCUSED: the emergency pass is the only way out", "velmora pass");
 }
 
 std::string line(std::string text) {
@@ -50,7 +50,7 @@ CommandResult applications(const Environment& e, const Arguments& arguments) {
   if (!rest.empty()) return CommandResult::misused("applications [--json]");
   json::Value::Array list;
   std::string lines;
-  for (const auto& app : e.app.appBlocker.installedApps.get()) {
+  for (const auto& app : e.app.appBlocker.pickableApps()) {
     if (asJson)
       list.push_back(
           json::Value::Object{{"id", app.bundleID}, {"name", app.name}, {"icon", app.icon}});
@@ -95,6 +95,15 @@ CommandResult dock(const Environment& e, const Arguments& arguments) {
   return CommandResult::done();
 }
 
+CommandResult sidebar(const Environment& e, const Arguments& arguments) {
+  StoredSwitch& shows = e.app.lifecycle.showsSidebar;
+  if (arguments.empty()) return CommandResult::done(onOff(shows.isOn.get()));
+  bool on = false;
+  if (!parseSwitch(joined(arguments), on)) return CommandResult::misused("sidebar [on|off]");
+  shows.set(on);
+  return CommandResult::done();
+}
+
 CommandResult login(const Environment& e, const Arguments& arguments) {
   if (arguments.empty()) return CommandResult::done(onOff(e.app.launchAtLogin.isEnabled.get()));
   bool on = false;
@@ -108,7 +117,11 @@ CommandResult login(const Environment& e, const Arguments& arguments) {
 
 CommandResult end(const Environment& e, const Arguments&) {
   if (e.app.lifecycle.isSessionHard()) return hardRefusal();
-  if (!e.app.lifecycle.endSessionWithAuth()) return CommandResult::refused("No session to stop");
+  if (!e.app.timer.isSessionActive.get()) return CommandResult::refused("No session to stop");
+  if (!e.authentication.canAsk())
+    return CommandResult::refused(
+        "Nothing on this computer can ask for the proof that stops a session", "velmora doctor");
+  e.app.lifecycle.endSessionWithAuth();
   return CommandResult::done(line("The session stops when you have proved to be the owner."));
 }
 

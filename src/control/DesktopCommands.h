@@ -24,6 +24,7 @@ CommandResult window(const Environment& e, const Arguments& arguments);
 CommandResult hud(const Environment& e, const Arguments& arguments);
 CommandResult notice(const Environment& e, const Arguments& arguments);
 CommandResult dock(const Environment& e, const Arguments& arguments);
+CommandResult sidebar(const Environment& e, const Arguments& arguments);
 CommandResult login(const Environment& e, const Arguments& arguments);
 CommandResult end(const Environment& e, const Arguments& arguments);
 CommandResult welcome(const Environment& e, const Arguments& arguments);

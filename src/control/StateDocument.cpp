@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/Text.h"
+
 namespace velmora {
 
 using json::Value;
@@ -94,7 +96,16 @@ Value StateDocument::enforcement() const {
   else
     list("off", {});
   out.emplace_back("redirects", app_.engine.redirects().get());
+  const NativeBlockerStatus& sites = app_.websites.status.get();
+  out.emplace_back("sites", Object{{"domains", json::encode(sites.blockedDomains)},
+                                   {"session", sites.sessionType}});
+  out.emplace_back("apps", appRule(app_.appBlocker));
   return out;
+}
+
+const char* StateDocument::appRule(const AppBlockerService& blocker) {
+  if (!blocker.isBlocking.get()) return "off";
+  return blocker.mode() == AppBlockerService::Mode::allowlist ? "allowlist" : "blocklist";
 }
 
 Value StateDocument::browsers() const {
@@ -133,15 +144,62 @@ Value StateDocument::modules(const ModuleStore& modules) {
   return out;
 }
 
+// The records of the lists as stored, with what a screen can't know beside it.
+Value StateDocument::sites() const {
+  Value::Array out;
+  for (const auto& site : app_.lists.blockedSites.get()) {
+    Object record = *json::encode(site).asObject();
+    record.emplace_back("cleanDomain", site.cleanDomain());
+    out.emplace_back(std::move(record));
+  }
+  return out;
+}
+
+Value StateDocument::apps(const std::vector<BlockedApp>& apps) const {
+  const auto& installed = app_.appBlocker.installedApps.get();
+  Value::Array out;
+  for (const auto& app : apps) {
+    const auto found = std::ranges::find(installed, app.bundleID, &InstalledApp::bundleID);
+    Object record = *json::encode(app).asObject();
+    record.emplace_back("icon", found == installed.end() ? "" : found->icon);
+    out.emplace_back(std::move(record));
+  }
+  return out;
+}
+
+Value StateDocument::presets() const {
+  Value::Array out;
+  for (const auto& preset : app_.presets.presets.get()) {
+    Object record = *json::encode(preset).asObject();
+    for (auto& [name, value] : record)
+      if (name == "allowedApps") value = apps(preset.allowedApps);
+    out.emplace_back(std::move(record));
+  }
+  return out;
+}
+
+Value StateDocument::tabs() const {
+  Value::Array out;
+  for (auto tab = AppTab::focus; tab <= AppTab::settings;
+       tab = static_cast<AppTab>(static_cast<int>(tab) + 1))
+    out.push_back(Object{{"name", text::lowercased(title(tab))},
+                         {"title", title(tab)},
+                         {"shown", app_.modules.isTabShown(tab)}});
+  return out;
+}
+
 // What has to stand on the screen now.
 Value StateDocument::surfaces() const {
   const auto& screens = app_.screens;
   const auto& gate = screens.gateReason.get();
   const auto& origin = screens.hudOrigin.get();
   const auto& notice = screens.scheduledTransition.get();
+  static constexpr std::string_view kLockNames[] = {"none", "asked", "locked"};
   return Object{{"window", Object{{"wanted", app_.lifecycle.isWindowWanted.get()},
                                   {"request", app_.lifecycle.windowRequests.get()}}},
-                {"gate", Object{{"showing", gate.has_value()}, {"reason", gate.value_or("")}}},
+                {"gate", Object{{"showing", gate.has_value()},
+                                {"reason", gate.value_or("")},
+                                {"lock", kLockNames[static_cast<size_t>(screens.screenLock.get())]}}},
                 {"hud", Object{{"showing", screens.isHUDShowing.get()},
                                {"x", origin ? Value(origin->x) : Value()},
                                {"y", origin ? Value(origin->y) : Value()}}},
@@ -162,6 +220,7 @@ Value StateDocument::menu() const {
 Value StateDocument::desktop() const {
   const Lifecycle& lifecycle = app_.lifecycle;
   return Object{{"showInDock", lifecycle.showsInDock.isOn.get()},
+                {"sidebar", lifecycle.showsSidebar.isOn.get()},
                 {"launchAtLogin", app_.launchAtLogin.isEnabled.get()},
                 {"guardian", lifecycle.guardianInstalled.get().value_or(false)},
                 {"locked", lifecycle.isLocked()},
@@ -172,14 +231,17 @@ Value StateDocument::desktop() const {
 Value StateDocument::whole() const {
   Object out = *status().asObject();
   out.emplace_back("settings", settings(app_.timer.settings.get()));
-  out.emplace_back("sites", json::encode(app_.lists.blockedSites.get()));
-  out.emplace_back("apps", json::encode(app_.lists.blockedApps.get()));
-  out.emplace_back("presets", json::encode(app_.presets.presets.get()));
+  out.emplace_back("sites", sites());
+  out.emplace_back("apps", apps(app_.lists.blockedApps.get()));
+  out.emplace_back("presets", presets());
   out.emplace_back("modules", modules(app_.modules));
+  out.emplace_back("tabs", tabs());
   Value::Array quick;
   for (const auto& site : BlocklistStore::quickSites())
     quick.push_back(Object{{"name", site.name}, {"domain", site.domain}, {"symbol", site.symbol}});
   out.emplace_back("quickSites", std::move(quick));
+  out.emplace_back("applicationsRevision",
+                   static_cast<int64_t>(app_.appBlocker.installedRevision()));
   out.emplace_back("surfaces", surfaces());
   out.emplace_back("menu", menu());
   out.emplace_back("desktop", desktop());
@@ -199,9 +261,12 @@ std::vector<Subscription> StateDocument::observe(std::function<void()> changed) 
      t.isChronoCountdownMode, t.countdownDuration, t.countdownRemaining, t.countdownRunning,
      app_.lists.blockedApps, app_.lists.blockedSites, app_.presets.presets,
      app_.presets.activeContext, app_.modules.enabledModules, app_.screens.gateReason,
-     app_.screens.isHUDShowing, app_.screens.hudOrigin, app_.screens.scheduledTransition,
+     app_.screens.screenLock, app_.screens.isHUDShowing, app_.screens.hudOrigin,
+     app_.screens.scheduledTransition,
      app_.lifecycle.isWindowWanted, app_.lifecycle.windowRequests, app_.lifecycle.menu,
-     app_.lifecycle.showsInDock.isOn, app_.lifecycle.guardianInstalled,
+     app_.lifecycle.showsInDock.isOn, app_.lifecycle.showsSidebar.isOn,
+     app_.lifecycle.guardianInstalled, app_.websites.status, app_.appBlocker.isBlocking,
+     app_.appBlocker.installedApps,
      app_.launchAtLogin.isEnabled, app_.lifecycle.hasSeenWelcome.isOn, app_.uses24HourTime.isOn,
      app_.blockPage.state(), app_.engine.redirects(), links_.linkedRevision());
   return out;

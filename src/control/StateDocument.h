@@ -27,12 +27,18 @@ class StateDocument {
 
   static json::Value settings(const PomodoroSettings& settings);
   static json::Value modules(const ModuleStore& modules);
+  // "off", "blocklist" or "allowlist".
+  static const char* appRule(const AppBlockerService& blocker);
 
  private:
   json::Value session() const;
   json::Value scheduled() const;
   json::Value enforcement() const;
   json::Value browsers() const;
+  json::Value sites() const;
+  json::Value apps(const std::vector<BlockedApp>& apps) const;
+  json::Value presets() const;
+  json::Value tabs() const;
   json::Value surfaces() const;
   json::Value menu() const;
   json::Value desktop() const;

@@ -30,6 +30,10 @@ void FocusSessionCoordinator::dismissFocusSelection() {
   if (isGateShowing()) gateReason.set({});
 }
 
+void FocusSessionCoordinator::setScreenLock(ScreenLock lock) {
+  screenLock.setIfChanged(lock);
+}
+
 void FocusSessionCoordinator::confirmFocusSelection(const FocusPreset& preset,
                                                     std::string_view taskName) {
   presets_.beginFocus(preset, taskName);

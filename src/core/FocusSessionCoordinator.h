@@ -10,6 +10,7 @@
 #include "core/TimerService.h"
 #include "ports/Preferences.h"
 #include "ports/RunLoop.h"
+#include "ports/ScreenLock.h"
 
 namespace velmora {
 
@@ -32,6 +33,7 @@ class FocusSessionCoordinator final : public TimerService::Screens {
   template <class T>
   using Value = Owned<T, FocusSessionCoordinator>;
   Value<std::optional<std::string>> gateReason;  // shown on the gate while it is up
+  Value<ScreenLock> screenLock{ScreenLock::none};  // what the gate makes room for while it is up
   Value<bool> isHUDShowing{false};
   Value<std::optional<Point>> hudOrigin;  // where the user has moved it; nothing: wherever it fits
   Value<std::optional<ScheduledTransition>> scheduledTransition;  // while its notice is up
@@ -41,6 +43,7 @@ class FocusSessionCoordinator final : public TimerService::Screens {
   // through: when all are removed before or while it is up, those of a first start return.
   void requireFocusSelection(const std::string& reason) override;
   void dismissFocusSelection() override;
+  void setScreenLock(ScreenLock lock);
   // The gate's answer: makes the context, takes the gate away and starts the clock.
   void confirmFocusSelection(const FocusPreset& preset, std::string_view taskName);
 

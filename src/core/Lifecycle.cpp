@@ -14,6 +14,7 @@ Lifecycle::Lifecycle(TimerService& timer, FocusPresetStore& presets, BlocklistSt
                      Preferences& preferences, RunLoop& loop, const Ports& ports,
                      const LateRef<Commitment>& commitment, const LateRef<Schedule>& schedule)
     : showsInDock(preferences, "vm_showInDock", true),
+      showsSidebar(preferences, "vm_sidebar_visible", true),
       hasSeenWelcome(preferences, "vm_hasSeenWelcome", false),
       timer_(timer),
       presets_(presets),
@@ -148,6 +149,8 @@ void Lifecycle::endSession() {
 
 bool Lifecycle::applicationShouldTerminate() {
   if (isLocked()) return false;
+  // News that is still due would go with stop(), and a guardian left behind would undo the quit.
+  reconcileGuardian();
   stop();
   return true;
 }

@@ -66,6 +66,8 @@ class Lifecycle {
   Value<bool> hasStopped{false};
   // Whether the window shows among the running applications of the desktop.
   StoredSwitch showsInDock;
+  // Whether the main window has its pages listed at its side.
+  StoredSwitch showsSidebar;
   StoredSwitch hasSeenWelcome;
 
   // The end of launch: after 0.1 seconds session state is observed, missions run, blocking is

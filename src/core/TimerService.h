@@ -90,7 +90,7 @@ class TimerService {
     bool skip = false;
     bool switchType = false;
     bool emergencyPass = false;   // pressable, wherever it stands
-    bool hardcoreSwitch = false;  // and the mode switch with it
+    bool hardcoreSwitch = false;
   };
 
   // Loads the settings and the saved position; nothing is posted before resumeRestored().

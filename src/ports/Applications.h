@@ -18,9 +18,9 @@ class Applications {
  public:
   virtual ~Applications() = default;
   virtual std::vector<RunningApplication> running() = 0;
-  // Until the token is dropped, hears of each process once, when its first window of that kind
-  // appears, and again should its identity become another; without polling, and never inside a
-  // call to this object.
+  // Until the token is dropped, hears of each process when it shows a window of that kind and had
+  // none before, and again should its identity become another; without polling, and never inside a
+  // call to this object. So one that withdraws to a tray and comes back is told again.
   virtual Subscription onLaunch(std::function<void(const RunningApplication&)> launched) = 0;
 
   // Each of these first makes sure that it is still the same process with the same identity, and

@@ -26,6 +26,7 @@ struct ScreenWindow {
 struct RunningApplication {
   int32_t pid = 0;
   std::string bundleID;  // canonical application identity
+  uint64_t instance = 0;  // tells two processes of one number apart, where that was asked for
   bool operator==(const RunningApplication&) const = default;
 };
 

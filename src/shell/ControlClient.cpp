@@ -83,7 +83,10 @@ CommandResult ControlClient::run(std::string_view command,
   if (!status || !output || !error || !status->asInteger() || !output->asString() ||
       !error->asString())
     return noAnswer();
-  return {static_cast<int>(*status->asInteger()), *output->asString(), *error->asString()};
+  CommandResult result{static_cast<int>(*status->asInteger()), *output->asString(),
+                       *error->asString(), {}};
+  if (const auto* hint = member("hint"); hint && hint->asString()) result.hint = *hint->asString();
+  return result;
 }
 
 CommandResult ControlClient::follow(const std::function<bool(std::string_view)>& line) {

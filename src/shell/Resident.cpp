@@ -91,13 +91,16 @@ class Resident {
                       notifications_, sounds_, log_, statusItem_, guardian_, loginAgent_,
                       scheduleAgent_, authentication_, agentQueue_,
                       std::string(resources::blockPage()), VELMORA_HOME_DOMAIN}),
-        diagnostics_(catalog_, desktop_, link_, local::programFolder() + "/velmora-browser-host"),
+        diagnostics_({catalog_, desktop_, link_, statusItem_,
+                      local::programFolder() + "/velmora-browser-host",
+                      AgentPlaces::current(local::residentProgram()).userManager}),
         state_(app_, catalog_, link_, VELMORA_VERSION),
-        commands_({app_, catalog_, *preferences_, state_, diagnostics_, [this] { quitSoon(); },
-                   local::installBrowserLink}),
+        commands_({app_, catalog_, *preferences_, state_, diagnostics_, authentication_,
+                   [this] { quitSoon(); }, local::installBrowserLink}),
         control_(listeners_, loop_, log_, commands_, state_),
         window_(loop_, log_,
-                {local::programFolder() + "/velmora-window", "--socket", controlSocketPath()}),
+                {local::programFolder() + "/velmora-window", "--resident",
+                 std::to_string(getpid()), "--socket", controlSocketPath()}),
         activation_(loop_, [this] { app_.lifecycle.applicationShouldHandleReopen(); }),
         display_(loop_, kDisplayPatience, [this] { end(); }) {}
 
@@ -117,7 +120,7 @@ class Resident {
  private:
   void quitSoon() {
     quit_ = loop_.after(kQuitDelay, [this] {
-      if (!app_.lifecycle.isLocked()) end();
+      if (app_.lifecycle.applicationShouldTerminate()) end();
     });
   }
   // The desktop, the system or a signal: never refused.
@@ -132,6 +135,8 @@ class Resident {
     const auto update = [this](const auto&) { updateWindow(); };
     windowNews_.push_back(app_.lifecycle.isWindowWanted.observe(update));
     windowNews_.push_back(app_.screens.gateReason.observe(update));
+    windowNews_.push_back(session_.screenLock().observe(
+        [this](ScreenLock lock) { app_.screens.setScreenLock(lock); }));
     windowNews_.push_back(app_.screens.isHUDShowing.observe(update));
     windowNews_.push_back(app_.screens.scheduledTransition.observe(update));
     windowNews_.push_back(

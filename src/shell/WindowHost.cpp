@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -49,7 +50,7 @@ void WindowHost::setWanted(Wants wanted) {
   if (wanted == wanted_) return;
   const Wants before = std::exchange(wanted_, wanted);
   if (wanted.gate && !before.gate) {
-    patientUntil_ = Clock::now() + ticks(times_.first);
+    patientUntil_ = std::max(started_ + ticks(times_.first), Clock::now() + ticks(times_.mute));
     looking_ = loop_.every(times_.restart, times_.restart, [this] { replaceIfMute(); });
   }
   if (!wanted.gate) looking_.reset();
@@ -112,7 +113,7 @@ void WindowHost::forget() {
 void WindowHost::replaceIfMute() {
   if (pid_ == 0 || Clock::now() < patientUntil_) return;
   log_.notice("The gate's window gives no sign of life and is replaced");
-  patientUntil_ = Clock::now() + ticks(times_.first);
+  patientUntil_ = Clock::now() + ticks(times_.mute);
   signal(SIGKILL);
 }
 

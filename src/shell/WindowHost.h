@@ -28,7 +28,7 @@ class WindowHost {
     Seconds early{5.0};    // who dies sooner after its start is no good
     Seconds pause{4.0};    // before the next start once several were no good
     Seconds first{10.0};   // until the gate's first sign of life
-    Seconds mute{5.0};     // between its further signs
+    Seconds mute{5.0};     // between its further signs, or of one that has been up for longer
     Seconds leave{3.0};    // to end by itself when nothing is wanted; then again to end when told
   };
 

@@ -23,7 +23,8 @@ int show(const CommandResult& result) {
   std::fflush(stdout);
   if (result.status == 0) return 0;
   const char* prefix = result.status == 2 ? "velmora: usage: velmora " : "velmora: ";
-  std::fprintf(stderr, "%s%s\n", prefix, result.error.c_str());
+  const std::string hint = result.hint.empty() ? "" : " (" + result.hint + ")";
+  std::fprintf(stderr, "%s%s%s\n", prefix, result.error.c_str(), hint.c_str());
   return result.status;
 }
 

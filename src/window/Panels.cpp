@@ -17,6 +17,14 @@ constexpr uint32_t kNoticeLayer = 1000;
 constexpr QSize kHudSize(540, 58);
 constexpr int kHudRadius = 16;
 constexpr int kTopMargin = 10;
+constexpr int kSettleMs = 500;
+constexpr int kMoveMs = 300;  // from the last step of a move until it is over
+
+std::optional<QPoint> storedPlace(const QJsonObject& hud) {
+  const auto x = hud.value("x"), y = hud.value("y");
+  if (!x.isDouble() || !y.isDouble()) return std::nullopt;
+  return QPoint(qRound(x.toDouble()), qRound(y.toDouble()));
+}
 
 QPoint usualPlace() {
   const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
@@ -48,15 +56,35 @@ Hud::Hud(QQmlEngine& engine, Velmora& velmora)
   x11::setOnAllDesktops(*this);
   x11::setSkippingTaskBar(*this, true);
   load("Hud.qml");
+  for (QTimer* timer : {&settling_, &moved_}) timer->setSingleShot(true);
+  connect(&moved_, &QTimer::timeout, this, &Hud::tellPlace);
+  connect(&displays_, &Displays::changed, this, &Hud::place);
 }
 
 void Hud::follow(const QJsonObject& hud) {
   if (grip_ || followed_ == hud) return;
   followed_ = hud;
-  const QPoint stored(qRound(hud.value("x").toDouble()), qRound(hud.value("y").toDouble()));
-  const bool isKnown = hud.value("x").isDouble() && hud.value("y").isDouble();
-  const QPoint origin = isKnown && isOnScreen(stored) ? stored : usualPlace();
+  const auto stored = storedPlace(hud);
+  if (!stored || stored != told_) place();
+}
+
+void Hud::place() {
+  if (grip_ || !followed_) return;
+  settling_.start(kSettleMs);
+  moved_.stop();
+  const auto stored = storedPlace(*followed_);
+  const QPoint origin = stored && isOnScreen(*stored) ? *stored : usualPlace();
   if (position() != origin) setPosition(origin);
+}
+
+void Hud::moveEvent(QMoveEvent* event) {
+  Surface::moveEvent(event);
+  if (!grip_ && isExposed() && !settling_.isActive()) moved_.start(kMoveMs);
+}
+
+void Hud::tellPlace() {
+  told_ = position();
+  velmora_.run("hud", {"move", QString::number(x()), QString::number(y())});
 }
 
 void Hud::mousePressEvent(QMouseEvent* event) {
@@ -69,7 +97,7 @@ void Hud::mouseMoveEvent(QMouseEvent* event) {
 
 void Hud::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || !std::exchange(grip_, std::nullopt)) return;
-  velmora_.run("hud", {"move", QString::number(x()), QString::number(y())});
+  tellPlace();
 }
 
 Notice::Notice(QQmlEngine& engine)
@@ -82,6 +110,21 @@ Notice::Notice(QQmlEngine& engine)
   setGeometry(display->geometry());
   x11::setLayer(*this, kNoticeLayer);
   load("Notice.qml");
+  end_.setSingleShot(true);
+  connect(&end_, &QTimer::timeout, this, &Notice::hide);
+}
+
+void Notice::follow(const QJsonObject& notice) {
+  if (std::exchange(followed_, notice) == notice) return;
+  if (const auto duration = notice.value("duration"); duration.isDouble())
+    end_.start(qRound(duration.toDouble() * 1000));
+  show();
+  raise();
+}
+
+void Notice::mouseReleaseEvent(QMouseEvent* event) {
+  Surface::mouseReleaseEvent(event);
+  hide();
 }
 
 }  // namespace velmora

@@ -15,9 +15,10 @@ Surface::Surface(QQmlEngine& engine, Qt::WindowFlags flags) : QQuickView(&engine
   setResizeMode(SizeRootObjectToView);
 }
 
-void Surface::load(const QString& file, const QVariantMap& properties) {
+bool Surface::load(const QString& file, const QVariantMap& properties) {
   setInitialProperties(properties);
   setSource(QUrl("qrc:/Velmora/" + file));
+  return status() == Ready && rootObject() != nullptr;
 }
 
 }  // namespace velmora

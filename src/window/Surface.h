@@ -12,8 +12,8 @@ class Surface : public QQuickView {
   // `engine` must live longer.
   Surface(QQmlEngine& engine, Qt::WindowFlags flags);
   // Loads `file`, a path below qml/, with `properties` set before anything in it is evaluated. A
-  // file with errors leaves the window empty and its errors on standard error.
-  void load(const QString& file, const QVariantMap& properties = {});
+  // file with errors leaves the window empty and its errors on standard error: false.
+  bool load(const QString& file, const QVariantMap& properties = {});
 };
 
 }  // namespace velmora

@@ -12,18 +12,20 @@ Surfaces::~Surfaces() = default;
 
 void Surfaces::follow() {
   const QJsonObject wanted = velmora_.member("surfaces");
-  followGate(wanted.value("gate").toObject().value("showing").toBool());
+  followGate(wanted.value("gate").toObject());
   followHud(wanted.value("hud").toObject());
-  followNotice(wanted.value("notice").isObject());
+  followNotice(wanted.value("notice").toObject());
   followWindow(wanted.value("window").toObject(), velmora_.member("desktop"));
   if (!gate_ && !hud_ && !notice_ && !window_) emit allGone();
 }
 
-void Surfaces::followGate(bool isWanted) {
-  if (!isWanted) return gate_.reset();
-  if (gate_) return;
-  gate_ = std::make_unique<GateWindows>(engine_, velmora_);
-  connect(gate_.get(), &GateWindows::programIsMute, this, &Surfaces::programIsMute);
+void Surfaces::followGate(const QJsonObject& gate) {
+  if (!gate.value("showing").toBool()) return gate_.reset();
+  if (!gate_) {
+    gate_ = std::make_unique<GateWindows>(engine_, velmora_);
+    connect(gate_.get(), &GateWindows::failed, this, &Surfaces::gateFailed);
+  }
+  gate_->follow(gate);
 }
 
 void Surfaces::followHud(const QJsonObject& hud) {
@@ -33,12 +35,10 @@ void Surfaces::followHud(const QJsonObject& hud) {
   hud_->show();
 }
 
-void Surfaces::followNotice(bool isWanted) {
-  if (!isWanted) return notice_.reset();
-  if (notice_) return;
-  notice_ = std::make_unique<Notice>(engine_);
-  notice_->show();
-  notice_->raise();
+void Surfaces::followNotice(const QJsonObject& notice) {
+  if (notice.isEmpty()) return notice_.reset();
+  if (!notice_) notice_ = std::make_unique<Notice>(engine_);
+  notice_->follow(notice);
 }
 
 void Surfaces::followWindow(const QJsonObject& window, const QJsonObject& desktop) {
@@ -49,7 +49,10 @@ void Surfaces::followWindow(const QJsonObject& window, const QJsonObject& deskto
   const int request = window.value("request").toInt();
   const bool isNew = !window_;
   if (isNew) window_ = std::make_unique<MainWindow>(engine_, velmora_, "Main.qml");
-  window_->setSkippingTaskBar(!desktop.value("showInDock").toBool(true));
+  const InTaskBar now{desktop.value("showInDock").toBool(true),
+                      velmora_.member("session").value("active").toBool()};
+  if (isNew || now != inTaskBar_) window_->setSkippingTaskBar(!now.isShown);
+  inTaskBar_ = now;
   if (isNew || request > request_) window_->present();
   request_ = request;
 }

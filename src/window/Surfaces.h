@@ -22,19 +22,26 @@ class Surfaces final : public QObject {
 
  signals:
   void allGone();
-  // The gate stands and the program does not answer.
-  void programIsMute();
+  // As of the gate.
+  void gateFailed(const QString& why);
 
  private:
+  // What goes to the window manager anew when any of it changes.
+  struct InTaskBar {
+    bool isShown = true;
+    bool isSession = false;
+    bool operator==(const InTaskBar&) const = default;
+  };
   void follow();
-  void followGate(bool isWanted);
+  void followGate(const QJsonObject& gate);
   void followHud(const QJsonObject& hud);
-  void followNotice(bool isWanted);
+  void followNotice(const QJsonObject& notice);
   void followWindow(const QJsonObject& window, const QJsonObject& desktop);
 
   Velmora& velmora_;
   QQmlEngine engine_;
   std::unique_ptr<MainWindow> window_;
+  InTaskBar inTaskBar_;  // as the manager was told last
   int request_ = 0;  // the last one that was heard
   std::unique_ptr<GateWindows> gate_;
   std::unique_ptr<Hud> hud_;

@@ -1,5 +1,6 @@
 #include "window/Velmora.h"
 
+#include <QPointer>
 #include <utility>
 
 namespace velmora {
@@ -41,9 +42,12 @@ void Velmora::provideTo(QQmlEngine& engine) {
   engine.setProperty(kProvided, QVariant::fromValue(this));
 }
 
-void Velmora::ask(const QString& command, const QStringList& arguments,
+void Velmora::ask(const QObject* asker, const QString& command, const QStringList& arguments,
                   std::function<void(const ProgramLink::Answer&)> answered) {
-  link_.run(command, arguments, std::move(answered));
+  link_.run(command, arguments,
+            [asker = QPointer(asker), answered = std::move(answered)](const auto& answer) {
+              if (asker) answered(answer);
+            });
 }
 
 void Velmora::run(const QString& command, const QStringList& arguments, const QJSValue& done) {
@@ -53,7 +57,8 @@ void Velmora::run(const QString& command, const QStringList& arguments, const QJ
     QJSValue result = engine->newObject();
     result.setProperty("status", answer.status);
     result.setProperty("output", answer.output);
-    result.setProperty("error", answer.error);
+    // How a command is written helps at the command line only.
+    result.setProperty("error", answer.status == 2 ? "Velmora can't do that" : answer.error);
     done.call({result});
   });
 }

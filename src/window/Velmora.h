@@ -37,8 +37,8 @@ class Velmora final : public QObject {
   QJsonObject member(const QString& name) const { return document_.value(name).toObject(); }
   bool isConnected() const { return isConnected_; }
   bool reducesMotion() const { return reducesMotion_; }
-  // Like `run` of the link.
-  void ask(const QString& command, const QStringList& arguments,
+  // Like `run` of the link; nothing is called any more when `asker` has gone.
+  void ask(const QObject* asker, const QString& command, const QStringList& arguments,
            std::function<void(const ProgramLink::Answer&)> answered);
   // `done`, when it is a function, gets {status, output, error} of the answer.
   Q_INVOKABLE void run(const QString& command, const QStringList& arguments = {},

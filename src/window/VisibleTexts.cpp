@@ -14,7 +14,8 @@ constexpr int kLookMs = 100;
 
 void collect(const QQuickItem& item, QStringList& out) {
   if (!item.isVisible() || item.opacity() == 0) return;
-  if (item.inherits("QQuickText") || item.inherits("QQuickTextInput")) {
+  if (item.inherits("QQuickText") || item.inherits("QQuickTextInput") ||
+      item.inherits("QQuickAbstractButton")) {
     const QString text = item.property("text").toString().trimmed();
     if (!text.isEmpty()) out.append(text);
   }

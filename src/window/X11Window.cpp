@@ -13,6 +13,11 @@ namespace {
 
 constexpr uint32_t kFromTaskBar = 2;  // the source of a request, by the EWMH
 
+template <class Reply>
+auto owned(Reply* reply) {
+  return std::unique_ptr<Reply, decltype(&std::free)>(reply, &std::free);
+}
+
 struct Connection {
   xcb_connection_t* xcb = nullptr;
   xcb_window_t root = 0;
@@ -27,9 +32,14 @@ struct Connection {
 
   xcb_atom_t atom(std::string_view name) const {
     const auto cookie = xcb_intern_atom(xcb, 0, static_cast<uint16_t>(name.size()), name.data());
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-        xcb_intern_atom_reply(xcb, cookie, nullptr), &std::free);
+    const auto reply = owned(xcb_intern_atom_reply(xcb, cookie, nullptr));
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+  }
+  bool grabKeyboard(xcb_window_t window) const {
+    const auto cookie = xcb_grab_keyboard(xcb, 0, window, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
+                                          XCB_GRAB_MODE_ASYNC);
+    const auto reply = owned(xcb_grab_keyboard_reply(xcb, cookie, nullptr));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
   }
   void setProperty(QWindow& window, std::string_view name, xcb_atom_t type,
                    const std::vector<uint32_t>& values) const {
@@ -68,8 +78,52 @@ void activate(QWindow& window) {
 void takeFocus(QWindow& window) {
   const auto x = Connection::ofQt();
   if (!x) return window.requestActivate();
-  xcb_set_input_focus(x.xcb, XCB_INPUT_FOCUS_PARENT, static_cast<xcb_window_t>(window.winId()),
-                      XCB_CURRENT_TIME);
+  giveFocus(static_cast<uint32_t>(window.winId()));
+}
+
+bool isThere() {
+  return static_cast<bool>(Connection::ofQt());
+}
+
+// Qt would call a grab that the server refused a success.
+bool grabKeyboard(QWindow& window) {
+  const auto x = Connection::ofQt();
+  return x && x.grabKeyboard(static_cast<xcb_window_t>(window.winId()));
+}
+
+bool grabPointer(QWindow& window) {
+  const auto x = Connection::ofQt();
+  if (!x) return false;
+  const auto cookie = xcb_grab_pointer(
+      x.xcb, 1, static_cast<xcb_window_t>(window.winId()),
+      XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_POINTER_MOTION,
+      XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
+  const auto reply = owned(xcb_grab_pointer_reply(x.xcb, cookie, nullptr));
+  return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+bool isKeyboardFree() {
+  const auto x = Connection::ofQt();
+  if (!x) return true;
+  if (!x.grabKeyboard(x.root)) return false;
+  xcb_ungrab_keyboard(x.xcb, XCB_CURRENT_TIME);
+  xcb_flush(x.xcb);
+  return true;
+}
+
+uint32_t focusedWindow() {
+  const auto x = Connection::ofQt();
+  if (!x) return 0;
+  const auto reply =
+      owned(xcb_get_input_focus_reply(x.xcb, xcb_get_input_focus(x.xcb), nullptr));
+  const bool isWindow = reply && reply->focus > XCB_INPUT_FOCUS_POINTER_ROOT;
+  return isWindow && reply->focus != x.root ? reply->focus : 0;
+}
+
+void giveFocus(uint32_t window) {
+  const auto x = Connection::ofQt();
+  if (!x) return;
+  xcb_set_input_focus(x.xcb, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
   xcb_flush(x.xcb);
 }
 
@@ -88,8 +142,7 @@ bool hasCompositor() {
   const auto x = Connection::ofQt();
   if (!x) return false;
   const auto cookie = xcb_get_selection_owner(x.xcb, x.atom("_NET_WM_CM_S0"));
-  const std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
-      xcb_get_selection_owner_reply(x.xcb, cookie, nullptr), &std::free);
+  const auto reply = owned(xcb_get_selection_owner_reply(x.xcb, cookie, nullptr));
   return reply && reply->owner != XCB_WINDOW_NONE;
 }
 

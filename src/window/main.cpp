@@ -1,9 +1,15 @@
+#include <sys/prctl.h>
+#include <unistd.h>
+
 #include <QCommandLineParser>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQuickWindow>
 #include <QTimer>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -16,6 +22,25 @@
 namespace {
 
 using namespace velmora;
+
+// Started by the resident program, whose number is given after `--resident`, we end with it even
+// when we are stuck: a gate would hold the keyboard for ever. Before anything else, since that
+// program may die at any moment.
+void endWithResident(int argc, char** argv) {
+  for (int i = 1; i + 1 < argc; ++i) {
+    if (std::strcmp(argv[i], "--resident") != 0) continue;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != std::atoi(argv[i + 1])) std::_Exit(1);
+  }
+}
+
+// The gate holds under X11 only, so a session that has both gets that, whatever is set for others.
+void preferX11() {
+  const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+  const bool isOpen = platform.isEmpty() || platform.startsWith("wayland");
+  if (isOpen && !qEnvironmentVariableIsEmpty("DISPLAY"))
+    qputenv("QT_QPA_PLATFORM", "xcb;" + (platform.isEmpty() ? QByteArray("wayland") : platform));
+}
 
 // The controls in each state, beside a program or without one.
 int showGallery(QGuiApplication& app) {
@@ -35,6 +60,8 @@ int showGallery(QGuiApplication& app) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  endWithResident(argc, argv);
+  preferX11();
   // The software renderer holds all that is drawn here, starts at once and takes a third of the
   // memory of the other.
   if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
@@ -49,12 +76,13 @@ int main(int argc, char** argv) {
   QCommandLineParser words;
   words.setApplicationDescription("Velmora's windows. The resident program starts and ends this.");
   const QCommandLineOption socket("socket", "The program's control socket.", "path");
+  const QCommandLineOption resident("resident", "The program to end with.", "process");
   const QCommandLineOption fake("fake", "Show the state in this JSON file.", "file");
   const QCommandLineOption gallery("gallery", "Show every control in each of its states.");
   const QCommandLineOption texts("texts", "Print the visible texts whenever they change.");
   words.addHelpOption();
   words.addVersionOption();
-  words.addOptions({socket, fake, gallery, texts});
+  words.addOptions({socket, resident, fake, gallery, texts});
   words.process(app);
   std::optional<TextPrinter> printer;
   if (words.isSet(texts)) printer.emplace();
@@ -75,9 +103,7 @@ int main(int argc, char** argv) {
     QGuiApplication::exit(1);
   };
   QObject::connect(link.get(), &ProgramLink::ended, &app, fail, Qt::QueuedConnection);
-  QObject::connect(
-      &surfaces, &Surfaces::programIsMute, &app, [fail] { fail("Velmora does not answer"); },
-      Qt::QueuedConnection);
+  QObject::connect(&surfaces, &Surfaces::gateFailed, &app, fail, Qt::QueuedConnection);
   link->open();
   return app.exec();
 }

@@ -24,13 +24,23 @@ struct CommandTableTest : testing::Test {
 TEST_F(CommandTableTest, StartStopsAtTheGateAndNamesTheWayOn) {
   const auto result = d.tell("start");
   EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.error.find("velmora focus PRESET"), std::string::npos) << result.error;
+  EXPECT_NE(result.hint.find("velmora focus PRESET"), std::string::npos) << result.hint;
   EXPECT_EQ(d.status("focus", {"deep", "work", "--task", "Write", "it"}), 0);
   EXPECT_FALSE(d.app->screens.isGateShowing());
   EXPECT_TRUE(timer().isRunning.get());
   EXPECT_EQ(d.app->presets.activeContext.get()->taskName, "Write it");
   EXPECT_EQ(run("focus Writing"), 1) << "a running focus keeps its choice";
   EXPECT_EQ(d.app->presets.activeContext.get()->presetName, "Deep Work");
+}
+
+TEST_F(CommandTableTest, AGateIsAnsweredEvenWhileABreakRuns) {
+  EXPECT_EQ(run("start"), 1);
+  EXPECT_EQ(run("skip"), 0);
+  world.advance(Seconds(1));
+  ASSERT_TRUE(timer().isRunning.get() && d.app->screens.isGateShowing());
+  EXPECT_EQ(run("focus Writing"), 0);
+  EXPECT_FALSE(d.app->screens.isGateShowing());
+  EXPECT_EQ(d.app->presets.activeContext.get()->presetName, "Writing");
 }
 
 TEST_F(CommandTableTest, AHardSessionRefusesEveryWayOutButThePass) {
@@ -46,6 +56,7 @@ TEST_F(CommandTableTest, AHardSessionRefusesEveryWayOutButThePass) {
     EXPECT_EQ(result.status, 1) << line;
     EXPECT_FALSE(result.error.empty()) << line;
     EXPECT_EQ(result.error.find('\n'), std::string::npos) << line;
+    EXPECT_EQ(result.error.find("velmora"), std::string::npos) << "a window shows it: " << line;
   }
   EXPECT_TRUE(timer().isRunning.get());
   EXPECT_FALSE(d.hasQuit);
@@ -94,6 +105,60 @@ TEST_F(CommandTableTest, ListsTakeSitesAppsAndPresets) {
   EXPECT_EQ(d.status("presets", {"move", "Thesis", "Deep Work"}), 0);
   EXPECT_EQ(d.app->presets.presets.get()[0].allowedDomains(), Words{"arxiv.org"});
   EXPECT_EQ(d.status("presets", {"remove", "Nothing"}), 1);
+  EXPECT_EQ(d.status("presets", {"note", "Thesis", ""}), 0);
+  EXPECT_EQ(d.app->presets.presets.get()[0].note, "");
+  EXPECT_EQ(d.status("presets", {"note", "Thesis"}), 2);
+  d.tell("presets", {"add", "Thesis"});
+  const Uuid second = d.app->presets.presets.get().back().id;
+  d.tell("focus", {second.text()});
+  EXPECT_EQ(d.app->presets.activeContext.get()->presetID, second) << "two of one name";
+}
+
+TEST_F(CommandTableTest, AMissionHasTheClockAndTheMode) {
+  TimerService::ScheduledBlock block;
+  block.missionName = "Thesis";
+  block.endDate = d.clock.now() + Seconds(3600);
+  timer().startScheduledBlock(block);
+  for (const char* line : {"screen stopwatch", "screen countdown", "stopwatch start",
+                           "countdown start", "mode soft"})
+    EXPECT_NE(tell(line).error.find("Thesis"), std::string::npos) << line;
+  EXPECT_FALSE(timer().isStopwatchMode.get());
+  EXPECT_EQ(run("screen pomodoro"), 0);
+}
+
+TEST_F(CommandTableTest, TheStateTellsWhatIsClosedAndWhatARowNeedsBesideItsRecord) {
+  const auto state = [&] { return d.state.whole(); };
+  const auto dumped = [&](const char* member) { return json::dump(*state().find(member)); };
+  d.installed.found = {{"Editor", "org.editor", "", "/editor.png"}};
+  const auto before = *state().find("applicationsRevision")->asInteger();
+  for (const char* line : {"mode soft", "sites add https://WWW.Reddit.com/r/all",
+                           "apps add org.editor", "presets allow-app Editing org.editor",
+                           "applications", "start"}) EXPECT_EQ(run(line), 0) << line;
+  world.advance(Seconds(1));
+  EXPECT_EQ(*state().find("applicationsRevision")->asInteger(), before + 1);
+  run("applications");
+  world.settle();
+  EXPECT_EQ(*state().find("applicationsRevision")->asInteger(), before + 1) << "nothing new";
+  EXPECT_NE(dumped("sites").find(R"("cleanDomain":"reddit.com")"), std::string::npos);
+  for (const char* list : {"apps", "presets"})
+    EXPECT_NE(dumped(list).find(R"("icon":"/editor.png")"), std::string::npos) << list;
+  const auto status = d.tell("status").output;
+  EXPECT_NE(status.find("Sites: 1 blocked · focus\nApps: blocklist\n"), std::string::npos) << status;
+  EXPECT_NE(dumped("enforcement").find(
+                R"("sites":{"domains":["reddit.com"],"session":"focus"},"apps":"blocklist")"),
+            std::string::npos) << dumped("enforcement");
+
+  const auto tabs = [&] {
+    std::string out;
+    const json::Value now = state();
+    for (const auto& tab : *now.find("tabs")->asArray())
+      if (*tab.find("shown")->asBool()) out += *tab.find("name")->asString() + " ";
+    return out;
+  };
+  EXPECT_EQ(tabs(), "focus schedule sounds extensions settings ");
+  run("modules on habit");
+  run("modules off sounds");
+  EXPECT_EQ(tabs(), "focus schedule progress extensions settings ");
 }
 
 TEST_F(CommandTableTest, ACountdownIsSetInMinutesAndSecondsAndBringsItsScreen) {
@@ -103,7 +168,7 @@ TEST_F(CommandTableTest, ACountdownIsSetInMinutesAndSecondsAndBringsItsScreen) {
 }
 
 TEST_F(CommandTableTest, AWindowIsToldAllThatItDraws) {
-  for (const char* line : {"window hide", "window show", "hud move -20 40.5", "dock off",
+  for (const char* line : {"window hide", "window show", "hud move -20 40.5", "dock off", "sidebar off",
                            "welcome done", "settings set uses24HourTime off", "alive", "start",
                            "presets color writing #0a0b0c", "presets icon writing film"})
     EXPECT_EQ(run(line), line == std::string("start") ? 1 : 0) << line;
@@ -117,19 +182,20 @@ TEST_F(CommandTableTest, AWindowIsToldAllThatItDraws) {
   for (const char* preset : {"Deep Work", "Editing", "Writing"})
     d.tell("presets", {"remove", preset});
   EXPECT_EQ(d.app->presets.presets.get().size(), 3u) << "a gate always has a way through";
+  d.app->screens.setScreenLock(ScreenLock::asked);
   EXPECT_EQ(json::dump(*d.state.whole().find("surfaces")),
             R"({"window":{"wanted":true,"request":2},"gate":{"showing":true,"reason":)"
-            R"("Choose your next focus"},"hud":{"showing":false,"x":-20.0,"y":40.5},"notice":)"
-            R"({"mission":"B","presetName":"Soft","timeRange":"9 – 10","duration":5.0}})");
+            R"("Choose your next focus","lock":"asked"},"hud":{"showing":false,"x":-20.0,"y":40.5},)"
+            R"("notice":{"mission":"B","presetName":"Soft","timeRange":"9 – 10","duration":5.0}})");
   d.relaunch(Seconds(1));
   EXPECT_EQ(json::dump(*StateDocument(*d.app, d.catalog, d.links, "").whole().find("desktop")),
-            R"({"showInDock":false,"launchAtLogin":false,"guardian":false,"locked":false,)"
+            R"({"showInDock":false,"sidebar":false,"launchAtLogin":false,"guardian":false,"locked":false,)"
             R"("welcomed":true,"uses24HourTime":false})");
 }
 
 TEST_F(CommandTableTest, UnknownCommandsAreWrongUsage) {
   for (const char* line : {"dance", "switch nap", "countdown set 0", "window", "hud move 1 1e9",
-                           "hud move a b", "notice", "dock perhaps"}) EXPECT_EQ(run(line), 2) << line;
+                           "hud move a b", "notice", "dock perhaps", "sidebar perhaps"}) EXPECT_EQ(run(line), 2) << line;
   for (const auto& command : CommandTable::commands())
     EXPECT_NE(d.tell(command.name, {"\xff"}).status, 0) << command.name;
 }
@@ -201,6 +267,21 @@ TEST_F(ControlServerTest, ASlowSubscriberSkipsWhatItMissedAndPilesNothingUp) {
   const std::string last = slow->received.substr(whileStalled);
   EXPECT_EQ(std::ranges::count(last, '\n'), 1);
   EXPECT_NE(last.find("\"remaining\":900"), std::string::npos) << last;
+}
+
+TEST_F(ControlServerTest, ASubscriberHearsOnMondayThatThePassIsBack) {
+  d.tell("mode", {"soft"});
+  d.tell("start");
+  d.tell("pass");
+  d.tell("stopwatch", {"reset"});  // the pass leaves it going
+  const Calendar calendar(d.clock.zone());
+  const Date monday = calendar.instant(calendar.day(d.clock.now()) + std::chrono::days(7), 0);
+  world.jump(monday - d.clock.now() - Seconds(5));
+  const auto client = connect();
+  ask(client, "{\"subscribe\":true}\n");
+  client->received.clear();
+  world.advance(Seconds(80));
+  EXPECT_NE(client->received.find("\"available\":true"), std::string::npos) << client->received;
 }
 
 TEST(MergePatch, TurnsOneDocumentIntoTheOther) {

@@ -79,6 +79,17 @@ TEST_F(LifecycleTest, AHardSessionAndACommitmentLockTheProgramAndNothingElseDoes
   }
 }
 
+TEST_F(LifecycleTest, AClockThatStandsWhileAnotherGoesIsPaused) {
+  session(false);
+  d->tell("countdown", {"start"});
+  d->tell("pause");
+  wait(0);
+  EXPECT_EQ(menu(), "(⚡ Paused · 24:50)|-|Show Window|Stop Session...  🔐|");
+  d->authentication.hasDialog = false;
+  EXPECT_NE(d->tell("end").error, "") << "no promise that can't be kept";
+  EXPECT_TRUE(d->authentication.reasons.empty());
+}
+
 TEST_F(LifecycleTest, TheOwnersProofEndsASessionUnlessItHasBecomeHard) {
   session(false);
   d->statusItem.choose("end");

@@ -1,6 +1,7 @@
 """The vocabulary of the end-to-end tests: a Velmora, a display and a browser of their own."""
 
 import os
+import shutil
 import time
 import unittest
 
@@ -10,6 +11,7 @@ from stage import Screen, Velmora, wall_reason
 HOLD = 1.9  # seconds for which what stays is watched: longer than from one look to the next
 MOMENT = 0.4  # seconds until browsers surely know what is in sight
 HOME = "http://home.test/"
+KILLS = int(os.environ.get("VELMORA_KILLS", "1"))  # of the program, in tests that kill it
 LOGS = os.path.join(REPOSITORY, "build", "e2e")
 
 
@@ -30,6 +32,17 @@ class WithVelmora(unittest.TestCase):
         return control
 
 
+class WithScreen(unittest.TestCase):
+    """One program and one display for each test."""
+
+    def setUp(self):
+        self.screen = Screen()
+        self.addCleanup(self.screen.close)
+        self.velmora = Velmora(self.screen.display)
+        self.addCleanup(self.velmora.close)
+        self.velmora.start()
+
+
 class WithBrowser:
     """One browser and one program for all tests of a class. Each test begins at home, in a running
     soft session with listed.test on the list."""
@@ -44,7 +57,7 @@ class WithBrowser:
         cls.addClassCleanup(cls.screen.close)
         cls.velmora = Velmora(cls.screen.display, VELMORA_DEBUG="1").start()
         cls.addClassCleanup(cls.velmora.close)
-        cls.addClassCleanup(lambda: os.replace(cls.velmora.log, os.path.join(LOGS, cls.__name__ + ".log")))
+        cls.addClassCleanup(lambda: shutil.move(cls.velmora.log, os.path.join(LOGS, cls.__name__ + ".log")))
         cls.web = Web()
         cls.addClassCleanup(cls.web.close)
         cls.velmora.tell("install-browser-link")

@@ -6,7 +6,7 @@ import signal
 import time
 import unittest
 
-from bench import HOME, MOMENT, WithBrowser, eventually, url, wall_clock
+from bench import HOME, KILLS, MOMENT, WithBrowser, eventually, url, wall_clock
 from browsers import Chromium, Firefox
 
 
@@ -70,6 +70,25 @@ class Blocking(WithBrowser):
         self.assertWall(other, d="listed.test")
         self.assertStays("home.test")
 
+    def test_a_cover_goes_with_the_program(self):
+        is_shown = lambda row: "IsViewable" in self.screen.run("xwininfo", "-id", row.split()[0])
+        covers = lambda: [row for row in self.screen.run("xwininfo", "-root", "-tree").splitlines()
+                          if '("velmora" "Velmora")' in row and is_shown(row)]
+        worst = 0
+        for _ in range(KILLS):
+            self.velmora.tell("reset")
+            self.visit_lifted("listed.test", within=3)
+            self.velmora.tell("start")
+            self.assertTrue(eventually(covers), "no cover")
+            since = time.monotonic()
+            self.velmora.kill()
+            self.assertTrue(eventually(lambda: not covers(), 1), "it outlives the program")
+            worst = max(worst, time.monotonic() - since)
+            self.velmora.start()
+            self.assertTrue(self.velmora.linked())
+        if KILLS > 1:
+            print("\nworst of %d, seconds: %.2f" % (KILLS, worst))
+
     def test_a_pause_lifts_and_a_start_blocks_again(self):
         self.velmora.tell("pause")
         self.visit_lifted("listed.test")
@@ -112,11 +131,16 @@ class Blocking(WithBrowser):
 
     def test_a_killed_program_comes_back_with_its_clock_and_its_blocking(self):
         began, expected = time.time(), self.remaining()
-        self.velmora.kill()
-        self.visit_lifted("listed.test", within=5)
-        self.assertStays("listed.test")
-        self.velmora.start()
-        self.assertWall(d="listed.test", timeout=12)
+        lifted = []
+        for _ in range(KILLS):
+            killed = time.monotonic()
+            self.velmora.kill()
+            self.visit_lifted("listed.test", within=5)
+            lifted.append(time.monotonic() - killed)
+            self.assertStays("listed.test")
+            self.velmora.start()
+            self.assertWall(d="listed.test", timeout=12)
+        self.velmora.note("lifted at the latest %.2f s after the kill" % max(lifted))
         eventually(lambda: self.velmora.status()["session"]["running"], 2)
         late = self.remaining() - wall_clock(began, expected)
         self.assertTrue(-1.05 <= late <= 2.4, "%.2f s late" % late)  # whole seconds, and 0.3 s until it goes on

@@ -5,41 +5,23 @@ import os
 import signal
 import unittest
 
-from bench import Screen, eventually
-from stage import PROGRAMS, Velmora
+from bench import WithScreen, eventually
 
 CADENCE = 16  # seconds: the guardian's, and the start of the program
 
 
-def processes(velmora, word):
-    """Those of this user's home with a word of their command line."""
-    found = []
-    for pid in filter(str.isdigit, os.listdir("/proc")):
-        try:
-            with open("/proc/%s/environ" % pid) as environment, open("/proc/%s/cmdline" % pid) as command:
-                if "HOME=" + velmora.home.path + "\0" in environment.read() and word in command.read().split("\0"):
-                    found.append(int(pid))
-        except OSError:
-            pass
-    return found
-
-
-class Guardian(unittest.TestCase):
+class Guardian(WithScreen):
     def setUp(self):
-        self.screen = Screen()
-        self.addCleanup(self.screen.close)
-        self.velmora = Velmora(self.screen.display)
+        super().setUp()
         self.addCleanup(self.end_all)
-        self.velmora.start()
         for words in (["mode", "soft"], ["sites", "add", "forum.test"], ["settings", "set", "isHardcore", "true"], ["start"]):
             self.velmora.tell(*words)
         self.assertTrue(eventually(self.is_guarded))
 
     def end_all(self):
         for word in ("--watch", "--background"):
-            for pid in processes(self.velmora, word):
+            for pid in self.velmora.processes(word):
                 os.kill(pid, signal.SIGKILL)
-        self.velmora.close()
 
     def is_guarded(self):
         return os.path.exists(self.velmora.home.path + "/.config/autostart/com.velmora.guardian.desktop")
@@ -57,15 +39,15 @@ class Guardian(unittest.TestCase):
         self.assertEqual(self.velmora.run("quit").status, 1)
         self.velmora.kill()
         self.assertTrue(eventually(self.is_blocking, CADENCE, 0.05))
-        resident = processes(self.velmora, "--background")
+        resident = self.velmora.processes("--background")
         self.assertEqual(len(resident), 1)
-        self.assertFalse(processes(self.velmora, PROGRAMS + "/velmora-window"), "nothing that takes the focus")
+        self.assertFalse(self.velmora.window_processes(), "nothing that takes the focus")
 
         os.kill(resident[0], signal.SIGTERM)
         self.assertTrue(eventually(lambda: not self.velmora.answers(), 3, 0.02))
         self.assertTrue(self.velmora.stored()["vm_timer_isRunning"][1], "the session is kept")
         self.assertTrue(eventually(self.is_blocking, CADENCE, 0.05))
-        self.assertLessEqual(len(processes(self.velmora, "--watch")), 2, "one watches, another may wait for its place")
+        self.assertLessEqual(len(self.velmora.processes("--watch")), 2, "one watches, another may wait for its place")
 
     def test_it_is_gone_with_the_session_and_one_left_behind_with_the_next_start(self):
         self.velmora.tell("pass")
@@ -77,39 +59,29 @@ class Guardian(unittest.TestCase):
             pass
         self.velmora.start()
         self.assertTrue(eventually(lambda: not self.is_guarded()))
-        self.assertTrue(eventually(lambda: not processes(self.velmora, "--watch"), CADENCE, 0.1))
+        self.assertTrue(eventually(lambda: not self.velmora.processes("--watch"), CADENCE, 0.1))
 
 
-class WindowProcess(unittest.TestCase):
-    def setUp(self):
-        self.screen = Screen()
-        self.addCleanup(self.screen.close)
-        self.velmora = Velmora(self.screen.display)
-        self.addCleanup(self.velmora.close)
-        self.velmora.start()
-
-    def windows(self):
-        return processes(self.velmora, PROGRAMS + "/velmora-window")
-
+class WindowProcess(WithScreen):
     def titles(self):
         return [w[2] for w in self.screen.windows()]
 
     def test_it_is_there_while_it_is_wanted_and_back_within_a_second(self):
-        self.assertEqual(self.windows(), [])
+        self.assertEqual(self.velmora.window_processes(), [])
         self.velmora.tell("window", "show")
         self.assertTrue(eventually(lambda: "Velmora" in self.titles(), 10, 0.02))
         for _ in range(3):
-            os.kill(self.windows()[0], signal.SIGKILL)
+            os.kill(self.velmora.window_processes()[0], signal.SIGKILL)
             self.assertTrue(eventually(lambda: "Velmora" not in self.titles(), 2, 0.01))
             self.assertTrue(eventually(lambda: "Velmora" in self.titles(), 3, 0.01))
         self.velmora.tell("window", "hide")
-        self.assertTrue(eventually(lambda: not self.windows(), 5))
+        self.assertTrue(eventually(lambda: not self.velmora.window_processes(), 5))
 
     def test_it_goes_with_the_program_and_the_program_with_the_desktop(self):
         self.velmora.tell("window", "show")
         self.assertTrue(eventually(lambda: "Velmora" in self.titles(), 10, 0.02))
         self.velmora.kill()
-        self.assertTrue(eventually(lambda: not self.windows(), 2))
+        self.assertTrue(eventually(lambda: not self.velmora.window_processes(), 2))
         self.velmora.start()
         self.screen.close()
         self.assertEqual(self.velmora.process.wait(20), 0)

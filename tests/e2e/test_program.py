@@ -188,11 +188,14 @@ class ControlSocket(WithVelmora):
         state = json.loads(watch.stdout.readline())["state"]
         self.assertEqual(state["sites"], [])
         self.velmora.tell("sites", "add", "news.example")
-        self.assertEqual(json.loads(watch.stdout.readline())["changes"]["sites"][0]["domain"], "news.example")
+        follow = lambda: merged(state, json.loads(watch.stdout.readline())["changes"])
+        while not state["sites"]:
+            state = follow()
+        self.assertEqual(state["sites"][0]["domain"], "news.example")
         self.velmora.tell("mode", "soft")
         self.velmora.tell("start")
         while not state["session"]["running"]:
-            state = merged(state, json.loads(watch.stdout.readline())["changes"])
+            state = follow()
         self.velmora.end()
         self.assertEqual(watch.wait(5), 1)
 

@@ -148,7 +148,8 @@ class Suite:
                      exempt=["exempt.test"])
         for site, query in (("www.m.other.test:8080", "focus&d=m.other.test&a=1"), ("sub.worse.test", "porn")):
             self.assertTurnedAway(site, query)
-        for site in ("http://www.fine.test/", "http://a.exempt.test/"):
+        self.assertTurnedAway("app.localhost", "focus&d=app.localhost&a=1")
+        for site in ("http://www.fine.test/", "http://a.exempt.test/", "http://localhost:%d/" % self.web.port):
             self.assertReached(site)
 
     def test_enforces_rules_in_a_tab_once_it_is_shown_and_nowhere_else(self):

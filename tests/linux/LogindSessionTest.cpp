@@ -62,6 +62,12 @@ class LogindSessionTest : public testing::Test {
   bool becomes(bool onConsole) {
     return runUntil(loop, [&] { return session->onConsoleAndUnlocked() == onConsole; });
   }
+  bool locks(ScreenLock lock) {
+    return runUntil(loop, [&] { return session->screenLock().get() == lock; });
+  }
+  void signal(const char* path, const char* interface, const char* name) {
+    mock(path, "EmitSignal", "sssav", interface, name, "", 0);
+  }
   bool staysOurs() {
     runFor(loop, Seconds(0.4));
     return session->onConsoleAndUnlocked();
@@ -87,6 +93,32 @@ TEST_F(LogindSessionTest, FollowsTheSessionOfTheProcess) {
   EXPECT_TRUE(becomes(true));
   set("Active", false);
   EXPECT_TRUE(becomes(false));
+}
+
+TEST_F(LogindSessionTest, MakesRoomForALockerFromTheRequestOn) {
+  constexpr const char* kInterface = "org.freedesktop.login1.Session";
+  startBus();
+  startLogind();
+  addSession(true);
+  set("LockedHint", true);
+  follow();
+  ASSERT_TRUE(locks(ScreenLock::locked));
+  set("LockedHint", false);
+  EXPECT_TRUE(locks(ScreenLock::none));
+  signal(kSession, kInterface, "Lock");
+  EXPECT_TRUE(locks(ScreenLock::asked));
+  set("LockedHint", true);
+  EXPECT_TRUE(locks(ScreenLock::locked));
+  set("LockedHint", false);
+  EXPECT_TRUE(locks(ScreenLock::none)) << "at once, however short it was";
+  signal(kSession, kInterface, "Lock");
+  ASSERT_TRUE(locks(ScreenLock::asked));
+  signal(kSession, kInterface, "Unlock");
+  EXPECT_TRUE(locks(ScreenLock::none));
+  mock(kManager, "EmitSignal", "sssav", kManagerInterface, "PrepareForSleep", "b", 1, "b", 1);
+  ASSERT_TRUE(locks(ScreenLock::asked));
+  mock(kManager, "EmitSignal", "sssav", kManagerInterface, "PrepareForSleep", "b", 1, "b", 0);
+  EXPECT_TRUE(locks(ScreenLock::none)) << "nobody came to lock";
 }
 
 TEST_F(LogindSessionTest, OutlivesALostBusAndALateLoginManager) {

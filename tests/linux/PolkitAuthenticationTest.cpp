@@ -28,7 +28,9 @@ TEST(PolkitAuthentication, IsYesWhenPolkitAllowsAndNoInAllOtherCases) {
     owner.authenticate("why", [&](bool yes) { answers.push_back(yes); });
     EXPECT_TRUE(answers.empty()) << "never within the call";
     EXPECT_TRUE(runUntil(loop, [&] { return !answers.empty(); }));
-    return answers == std::vector<bool>{true};
+    const bool isOwner = answers == std::vector<bool>{true};
+    EXPECT_EQ(owner.canAsk(), isOwner) << "nobody is here to be asked";
+    return isOwner;
   };
   EXPECT_FALSE(ask()) << "no bus";
   test::Child bus({"dbus-daemon", "--nofork", "--config-file", folder / "bus.conf"});

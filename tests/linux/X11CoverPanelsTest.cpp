@@ -80,6 +80,18 @@ TEST_F(X11CoverPanelsTest, StandsInFrontOfWhatTheManagerRaisesAndTakesNeitherFoc
   EXPECT_TRUE(order.back() == menu && order[order.size() - 2] == panel);
 }
 
+TEST_F(X11CoverPanelsTest, DrawsItsMarkAsLargeAsTheUserWantsThings) {
+  const std::string twice = "Xcursor.size:\t24\nXft.dpi:\t192\n";
+  client->done(xcb_change_property(client->raw(), XCB_PROP_MODE_REPLACE, client->root(),
+                                   XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 8,
+                                   uint32_t(twice.size()), twice.data()));
+  X11CoverPanels panels{loop, clock, server->display()};
+  panels.show({0, 0, 400, 400});
+  ASSERT_TRUE(shows(1));
+  EXPECT_NE(pixel(200 + 2 * 19, 200), 0u);
+  EXPECT_EQ(pixel(200 + 19, 200), 0u);
+}
+
 TEST_F(X11CoverPanelsTest, FadesWhereSomethingBlends) {
   const auto manager = client->make({});
   client->done(xcb_set_selection_owner(client->raw(), manager, client->atom("_NET_WM_CM_S0"), 0));

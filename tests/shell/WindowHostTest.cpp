@@ -85,13 +85,16 @@ TEST_F(WindowHostTest, ReplacesAProcessThatIsMuteWhileTheGateStands) {
   runFor(loop, Seconds(0.7));
   EXPECT_EQ(starts().size(), 1u) << "no gate, no signs";
   window.setWanted(kGate);
+  const auto raised = std::chrono::steady_clock::now();
+  ASSERT_TRUE(starts(2)) << "it has been up for long, and has no more time than between signs";
+  EXPECT_LT(std::chrono::steady_clock::now() - raised, std::chrono::milliseconds(480));
   for (int i = 0; i < 8; ++i) {
     window.noteSign();
     runFor(loop, Seconds(0.1));
   }
-  EXPECT_EQ(starts().size(), 1u);
+  EXPECT_EQ(starts().size(), 2u);
   kill(starts().back(), SIGSTOP);
-  EXPECT_TRUE(starts(2));
+  EXPECT_TRUE(starts(3));
 }
 
 TEST_F(WindowHostTest, StartsNothingWithoutADisplay) {

@@ -38,7 +38,7 @@ struct ControlDevice : SimDevice {
   bool hasQuit = false;
   StateDocument state{*app, catalog, links, "0.0"};
   CommandTable commands{
-      {*app, catalog, preferences, state, diagnostics, [this] { hasQuit = true; },
+      {*app, catalog, preferences, state, diagnostics, authentication, [this] { hasQuit = true; },
        [](const auto&) { return CommandResult::refused("none"); }}};
   ControlServer server{listeners, *loop, log, commands, state};
 };

@@ -6,10 +6,12 @@ import unittest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.join(ROOT, "tools", "stage"))
-from browsers import Desktop
-from window import MODULES, Window, changed, idle, running
+from browsers import Desktop, eventually
+from window import MODULES, Window, changed, idle, running, tabs
 
 PASS = (410, 674)  # where its button stands
+PHASE = (400, 536)  # where the picker does
+LOCKED = "Can't change mode while session is running"
 HARDCORE = "HARDCORE — STAY FOCUSED"
 NO_RULES = ("No rule extensions enabled",
             "Turn on Budget Mode, Scroll Guard, Creator Gate, or Brak Porn in Extensions.")
@@ -17,7 +19,8 @@ NO_PROGRESS = ("No progress modules enabled", "Turn on Daily Tasks, Habit, or De
 
 
 def only(*names):
-    return changed(idle(), modules=[{**m, "enabled": m["name"] in names} for m in idle()["modules"]])
+    shown = {m[3] for m in MODULES if m[0] in names}
+    return changed(idle(), tabs=tabs(*shown), modules=[{**m, "enabled": m["name"] in names} for m in idle()["modules"]])
 
 
 class MainWindow(unittest.TestCase):
@@ -48,6 +51,10 @@ class MainWindow(unittest.TestCase):
         self.assert_shows(window, "Can't change mode while session is running", "Chapter three")
         self.assert_hides(window, HARDCORE)
         self.assert_hides(window, "Emergency pass")
+        self.assertEqual(window.visible().count(LOCKED), 1)
+        window.resize(1000, 720)
+        window.point(*PHASE)
+        self.assertTrue(eventually(lambda: window.visible().count(LOCKED) == 2), "no tip at the picker")
 
     def test_a_hard_session_leaves_the_pass_only(self):
         window = self.window(running(hard=True))
@@ -60,6 +67,11 @@ class MainWindow(unittest.TestCase):
         self.assert_shows(window, "Use your Emergency Pass?",
                           "You only get 1 per week. Save it for real emergencies.", "Cancel session")
         window.press("Escape")
+        for screen in ("stopwatch", "countdown"):
+            window.show(changed(running(hard=True, screen=screen), **{screen: {"running": True}}))
+            self.assert_shows(window, HARDCORE, screen.title())
+            for control in ("Reset", "Pause", "Skip to next session"):
+                self.assert_hides(window, control)
         window.show(changed(running(hard=True), emergencyPass={"available": False}))
         self.assert_shows(window, "Used this week", "Emergency pass already used this week")
 
@@ -75,6 +87,19 @@ class MainWindow(unittest.TestCase):
         window.show(changed(idle(), settings={"sessionsBeforeLongBreak": 6, "focusSessionLimit": 3}))
         self.assert_shows(window, "After 6 focus sessions you get a long break", "3 focus sessions")
         self.assert_hides(window, "Pomodoro loops until you stop it")
+        window.show(changed(idle(), settings={"focusDuration": 200}))
+        self.assert_shows(window, "200 min")  # beyond what can be chosen
+
+    def test_the_sidebar_folds_and_the_pages_stay_in_reach(self):
+        window = self.window(idle())
+        self.assert_shows(window, "Hide the sidebar", "Settings")
+        window.show(changed(idle(), desktop={"sidebar": False}))
+        self.assert_shows(window, "Show the sidebar")
+        self.assert_hides(window, "Settings")
+        window.press("F9")
+        self.assertTrue(eventually(lambda: "sidebar on" in window.said()))
+        window.press("ctrl+comma")
+        self.assert_shows(window, "Instant blocking")
 
     def test_modules_and_their_pages(self):
         window = self.window(only("schedule", "sounds"))

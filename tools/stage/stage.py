@@ -1,5 +1,6 @@
 """A stage for the real program: a private network, display and home, and Velmora running on it."""
 
+import contextlib
 import ctypes
 import fcntl
 import json
@@ -100,8 +101,8 @@ class Velmora:
         return process
 
     def note(self, text):
-        """A line of the log, with the time at which it came."""
-        with open(self.log, "a") as log:
+        """A line of the log, with the time at which it came. Last words may come after the home is gone."""
+        with contextlib.suppress(FileNotFoundError), open(self.log, "a") as log:
             log.write("%.3f %s\n" % (time.time(), text))
 
     def start(self):
@@ -142,6 +143,21 @@ class Velmora:
 
     def connect(self):
         return Control(self.control_path)
+
+    def processes(self, word):
+        """Those of this installation's home with a word of their command line."""
+        found = []
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open("/proc/%s/environ" % pid) as environment, open("/proc/%s/cmdline" % pid) as command:
+                    if "HOME=" + self.home.path + "\0" in environment.read() and word in command.read().split("\0"):
+                        found.append(int(pid))
+            except OSError:
+                pass
+        return found
+
+    def window_processes(self):
+        return self.processes(PROGRAMS + "/velmora-window")
 
     def status(self):
         return json.loads(self.tell("status", "--json"))

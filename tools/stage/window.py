@@ -25,6 +25,7 @@ MODULES = [
     ("deadline", "Deadline", "Keep one big objective visible until the date hits.", "Progress"),
     ("sounds", "Sounds", "Ambient sound and focus audio.", "Experience"),
     ("posture", "Posture", "Use the camera to catch sustained posture drift.", "Experience")]
+TABS = ("Focus", "Schedule", "Rules", "Progress", "Sounds", "Posture", "Extensions", "Settings")
 QUICK = [("X", "x.com", "xmark"), ("Instagram", "instagram.com", "camera"), ("TikTok", "tiktok.com", "music.note"),
          ("Reddit", "reddit.com", "bubble.left.and.bubble.right"), ("YouTube", "youtube.com", "play.rectangle"),
          ("Facebook", "facebook.com", "person.2"), ("Netflix", "netflix.com", "film"), ("Discord", "discord.com", "message"),
@@ -36,7 +37,13 @@ APPS = [("org.gnome.Calculator", "Calculator"), ("com.hnc.Discord", "Discord"), 
 
 
 def _site(domain, is_blocked=True):
-    return {"id": "site-" + domain, "domain": domain, "isBlocked": is_blocked}
+    return {"id": "site-" + domain, "domain": domain, "isBlocked": is_blocked, "cleanDomain": domain}
+
+
+def tabs(*more):
+    """The tabs that always show, and those of modules that are on."""
+    return [{"name": title.lower(), "title": title, "shown": title in ("Focus", "Extensions", "Settings", *more)}
+            for title in TABS]
 
 
 def idle():
@@ -57,17 +64,18 @@ def idle():
                      "focusSessionLimit": 0, "isBrakModeEnabled": True, "isSoftBlocklistEnabled": False,
                      "showFloatingProgress": True, "autoStart": False, "soundEnabled": True, "isHardcore": False},
         "sites": [_site("reddit.com"), _site("youtube.com"), _site("news.ycombinator.com", False)],
-        "apps": [{"id": i, "bundleID": i, "name": n, "isBlocked": True} for i, n in (APPS[1], APPS[5])],
+        "apps": [{"id": i, "bundleID": i, "name": n, "isBlocked": True, "icon": ""} for i, n in (APPS[1], APPS[5])],
         "presets": [{"id": "preset-%d" % at, "name": name, "note": note, "colorHex": color, "iconName": icon,
                      "allowedApps": [], "allowedSites": [_site(d) for d in sites]}
                     for at, (name, note, color, icon, sites) in enumerate(PRESETS)],
         "modules": [{"name": name, "title": title, "subtitle": subtitle, "category": category,
                      "enabled": name in ("schedule", "sounds")} for name, title, subtitle, category in MODULES],
+        "tabs": tabs("Schedule", "Sounds"),
         "quickSites": [{"name": n, "domain": d, "symbol": s} for n, d, s in QUICK],
         "schedule": {"isEnabled": False, "operatingMode": "calendar", "hardRoutineEnabled": False, "isHardRoutineActive": False,
                      "isCurrentlyInBlock": False, "activeEntryID": None, "next": "", "hasPass": False, "uses24Hour": True,
                      "today": "2026-11-25", "entries": [], "simpleEntries": [], "undo": None, "redo": None},
-        "desktop": {"showInDock": True, "launchAtLogin": False, "locked": False, "welcomed": True, "uses24HourTime": True},
+        "desktop": {"showInDock": True, "sidebar": True, "launchAtLogin": False, "locked": False, "welcomed": True, "uses24HourTime": True},
         "answers": {
             "doctor": json.dumps([dict(zip(("topic", "grade", "text", "advice"), f)) for f in FINDINGS]),
             "applications": json.dumps([{"id": i, "name": n, "icon": ""} for i, n in sorted(APPS, key=lambda a: a[1])])}}
@@ -80,7 +88,7 @@ def running(hard=False, **session):
         "running": True, "active": True, "remaining": 1043, "time": "17:23", "progress": 0.305, "completed": 2, "inBlock": 2,
         "hardcore": hard, "locked": hard, "controls": {"reset": free, "playPause": free, "skip": free, "switchType": False,
                                                        "hardcoreSwitch": False, "emergencyPass": True}, **session},
-        focus={"presetName": "Deep Work", "taskName": "Chapter three"})
+        settings={"isHardcore": hard}, focus={"presetName": "Deep Work", "taskName": "Chapter three"})
 
 
 def only(state, **surface):
@@ -142,7 +150,7 @@ class Window:
 
     def shows(self, *texts):
         """Waits until all of them stand in it."""
-        return eventually(lambda: set(texts) <= set(self.visible()), 10, 0.05)
+        return eventually(lambda: set(texts) <= set(self.visible()), 30, 0.05)
 
     def press(self, *keys):
         self._xdotool("key", "--window", self.id, "--delay", "60", *keys)
@@ -199,8 +207,12 @@ class Window:
 
     def complaints(self):
         """What QML had to say against itself."""
-        self.errors.seek(0)
-        return [line for line in self.errors if ".qml:" in line]
+        return [line for line in self.said().splitlines() if ".qml:" in line]
+
+    def said(self):
+        """All that it printed beside the texts, such as the commands it gave to nobody."""
+        with open(self.errors.name) as errors:
+            return errors.read()
 
     def close(self):
         self.process.terminate()

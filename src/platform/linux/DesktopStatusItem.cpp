@@ -19,6 +19,7 @@ DesktopStatusItem::DesktopStatusItem(EventLoop& loop)
                        .shown =
                            [this](bool isShown) {
                              fallback_.reset();
+                             isOnPanel_ = isShown;
                              tray_.setVisible(!isShown);
                            },
                        .menuAsked = [this](int x, int y) { menu_.open(items_, x, y); }}),
@@ -27,6 +28,7 @@ DesktopStatusItem::DesktopStatusItem(EventLoop& loop)
 void DesktopStatusItem::setMenu(const std::vector<StatusMenuItem>& menu) {
   items_ = menu;
   notifier_.setMenu(menu);
+  menu_.update(menu);
 }
 
 void DesktopStatusItem::onChoice(std::function<void(const std::string&)> chosen) {
@@ -40,6 +42,11 @@ void DesktopStatusItem::choose(const std::string& action) {
 void DesktopStatusItem::chooseFirst() {
   const auto first = std::ranges::find_if(items_, [](const auto& i) { return !i.action.empty(); });
   if (first != items_.end()) choose(first->action);
+}
+
+DesktopStatusItem::Place DesktopStatusItem::place() const {
+  if (isOnPanel_) return Place::panel;
+  return tray_.isDocked() ? Place::tray : Place::nowhere;
 }
 
 }  // namespace velmora

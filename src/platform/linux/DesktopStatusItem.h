@@ -14,6 +14,9 @@ class DesktopStatusItem final : public StatusItem {
   explicit DesktopStatusItem(EventLoop& loop);
   void setMenu(const std::vector<StatusMenuItem>& menu) override;
   void onChoice(std::function<void(const std::string& action)> chosen) override;
+  // Who shows it now.
+  enum class Place { nowhere, panel, tray };
+  Place place() const;
 
  private:
   void choose(const std::string& action);
@@ -21,6 +24,7 @@ class DesktopStatusItem final : public StatusItem {
 
   std::vector<StatusMenuItem> items_;
   std::function<void(const std::string&)> chosen_;
+  bool isOnPanel_ = false;
   XMenu menu_;
   XembedTray tray_;
   StatusNotifier notifier_;

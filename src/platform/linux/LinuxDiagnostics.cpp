@@ -27,20 +27,19 @@ bool isInstalled(const char* program) {
 
 }  // namespace
 
-LinuxDiagnostics::LinuxDiagnostics(const LinuxAppCatalog& catalog, Desktop& desktop,
-                                   const BrowserLinks& links, std::string host)
-    : catalog_(catalog), desktop_(desktop), links_(links), host_(std::move(host)) {}
-
 std::vector<Finding> LinuxDiagnostics::examine() {
   std::vector<Finding> all{windows()};
   for (auto& finding : browsers()) all.push_back(std::move(finding));
   all.push_back(applications(all.front().grade));
+  all.push_back(statusItem());
+  all.push_back(guardian());
+  all.push_back(ownersProof());
   all.push_back(players());
   return all;
 }
 
 Finding LinuxDiagnostics::windows() {
-  const auto snapshot = desktop_.snapshot({});
+  const auto snapshot = subjects_.desktop.snapshot({});
   if (snapshot.windows) {
     const std::string count = std::to_string(snapshot.windows->size()) + " window(s) on " +
                               std::to_string(snapshot.displays.size()) + " display(s) in sight";
@@ -70,8 +69,9 @@ Finding LinuxDiagnostics::applications(Grade windows) {
 
 std::vector<Finding> LinuxDiagnostics::browsers() {
   std::vector<Finding> all;
-  const BrowserInstallations installations(BrowserInstallations::Environment::current(), host_);
-  const auto linked = links_.linked();
+  const BrowserInstallations installations(BrowserInstallations::Environment::current(),
+                                           subjects_.host);
+  const auto linked = subjects_.links.linked();
   for (const auto& browser : installations.find()) {
     const auto link = std::ranges::find(linked, browser.bundleID, &LinkedBrowser::bundleID);
     const std::string topic = browser.name;
@@ -99,11 +99,42 @@ std::vector<Finding> LinuxDiagnostics::browsers() {
     all.push_back({Grade::missing, "Browsers", "none that can be linked was found",
                    "install Chromium or Firefox"});
   std::string names;
-  for (const auto& name : catalog_.browsersWithoutLink())
+  for (const auto& name : subjects_.catalog.browsersWithoutLink())
     names += (names.empty() ? "" : ", ") + name;
   all.push_back({Grade::limited, "Other browsers", names + " cannot be read or redirected",
                  "use a linked browser during sessions"});
   return all;
+}
+
+Finding LinuxDiagnostics::statusItem() const {
+  switch (subjects_.statusItem.place()) {
+    case DesktopStatusItem::Place::panel:
+      return {Grade::works, "Status item", "shown by the panel", ""};
+    case DesktopStatusItem::Place::tray:
+      return {Grade::works, "Status item", "shown in the system tray", ""};
+    case DesktopStatusItem::Place::nowhere:
+      break;
+  }
+  return {Grade::limited, "Status item", "no panel of this desktop shows it",
+          "add a system tray to the panel, or the AppIndicator extension to GNOME"};
+}
+
+Finding LinuxDiagnostics::guardian() const {
+  if (access(subjects_.userManager.c_str(), F_OK) == 0)
+    return {Grade::works, "Guardian",
+            "in a hard session a timer of the user manager brings Velmora back within 15 seconds",
+            ""};
+  return {Grade::works, "Guardian",
+          "in a hard session a process of our own brings Velmora back within 15 seconds", ""};
+}
+
+// The question that polkit asks is described by a file which only an administrator can place.
+Finding LinuxDiagnostics::ownersProof() {
+  if (access("/usr/share/polkit-1/actions/com.velmora.app.policy", R_OK) == 0)
+    return {Grade::works, "Owner's proof", "polkit asks for it when a session is to be stopped", ""};
+  return {Grade::missing, "Owner's proof",
+          "polkit does not know the question, so a session can't be stopped that way",
+          "sudo cp share/velmora/desktop/com.velmora.app.policy /usr/share/polkit-1/actions/"};
 }
 
 Finding LinuxDiagnostics::players() {

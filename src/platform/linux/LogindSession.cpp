@@ -18,6 +18,9 @@ constexpr const char* kUser = "org.freedesktop.login1.User";
 constexpr const char* kSession = "org.freedesktop.login1.Session";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 
+// From the request to lock until a locker has the screen.
+constexpr Seconds kLockerPatience(5);
+
 bool isError(sd_bus_message* reply) {
   return sd_bus_message_is_method_error(reply, nullptr) != 0;
 }
@@ -51,6 +54,7 @@ class LogindSession::Impl {
   ~Impl() { disconnect(); }
 
   bool onConsoleAndUnlocked() const { return active_ && !locked_; }
+  const Property<ScreenLock>& screenLock() const { return screenLock_; }
 
  private:
   void connect() {
@@ -64,11 +68,12 @@ class LogindSession::Impl {
   }
 
   void disconnect() {
-    for (Slot* slot :
-         {&disconnected_, &owner_, &sessionNew_, &sessionRemoved_, &changed_, &find_, &read_}) {
+    for (Slot* slot : {&disconnected_, &owner_, &sessionNew_, &sessionRemoved_, &sleep_, &changed_,
+                       &lock_, &unlock_, &find_, &read_}) {
       slot->reset();
     }
     bus_ = sd_bus_close_unref(bus_);
+    isSleeping_ = false;
     forgetSession();
   }
 
@@ -82,11 +87,38 @@ class LogindSession::Impl {
   }
 
   void forgetSession() {
-    changed_.reset();
-    read_.reset();
+    for (Slot* slot : {&changed_, &lock_, &unlock_, &read_}) slot->reset();
     session_.clear();
     active_ = true;
     locked_ = false;
+    lockAsked_.reset();
+    updateLock();
+  }
+
+  void updateLock() {
+    screenLock_.setIfChanged(locked_                     ? ScreenLock::locked
+                             : isSleeping_ || lockAsked_ ? ScreenLock::asked
+                                                         : ScreenLock::none);
+  }
+
+  void onLockAsked() {
+    lockAsked_ = loop_.after(kLockerPatience, [this] {
+      lockAsked_.reset();
+      updateLock();
+    });
+    updateLock();
+  }
+
+  void onUnlockAsked() {
+    lockAsked_.reset();
+    updateLock();
+  }
+
+  void onSleep(sd_bus_message* signal) {
+    int begins = 0;
+    if (sd_bus_message_read(signal, "b", &begins) <= 0) return;
+    isSleeping_ = begins != 0;
+    onLockAsked();  // a locker may come before or after
   }
 
   int matchLocal() {
@@ -114,6 +146,10 @@ class LogindSession::Impl {
                                               signal, look, nullptr, this);
       if (r < 0) return r;
     }
+    const int r = sd_bus_match_signal_async(bus_, sleep_.fresh(), kService, kManagerPath, kManager,
+                                            "PrepareForSleep", handler<&Impl::onSleep>(), nullptr,
+                                            this);
+    if (r < 0) return r;
     return sd_bus_add_match_async(bus_, owner_.fresh(),
                                   "type='signal',sender='org.freedesktop.DBus',"
                                   "interface='org.freedesktop.DBus',member='NameOwnerChanged',"
@@ -164,6 +200,20 @@ class LogindSession::Impl {
             return 0;
           },
           nullptr, this);
+      sd_bus_match_signal_async(
+          bus_, lock_.fresh(), kService, path, kSession, "Lock",
+          [](sd_bus_message*, void* self, sd_bus_error*) {
+            static_cast<Impl*>(self)->onLockAsked();
+            return 0;
+          },
+          nullptr, this);
+      sd_bus_match_signal_async(
+          bus_, unlock_.fresh(), kService, path, kSession, "Unlock",
+          [](sd_bus_message*, void* self, sd_bus_error*) {
+            static_cast<Impl*>(self)->onUnlockAsked();
+            return 0;
+          },
+          nullptr, this);
     }
     readSession();
   }
@@ -176,6 +226,7 @@ class LogindSession::Impl {
   void onSession(sd_bus_message* reply) {
     if (isError(reply)) return forgetSession();
     if (sd_bus_message_enter_container(reply, 'a', "{sv}") < 0) return forgetSession();
+    const bool wasLocked = locked_;
     while (sd_bus_message_enter_container(reply, 'e', "sv") > 0) {
       const char* name = nullptr;
       if (sd_bus_message_read(reply, "s", &name) <= 0) return;
@@ -190,6 +241,8 @@ class LogindSession::Impl {
       }
       sd_bus_message_exit_container(reply);
     }
+    if (wasLocked && !locked_) lockAsked_.reset();
+    updateLock();
   }
 
   template <void (Impl::*method)(sd_bus_message*)>
@@ -206,7 +259,11 @@ class LogindSession::Impl {
   std::string session_;  // object path; empty while no session is known
   bool active_ = true;
   bool locked_ = false;
-  Slot disconnected_, owner_, sessionNew_, sessionRemoved_, changed_, find_, read_;
+  bool isSleeping_ = false;
+  Property<ScreenLock> screenLock_{ScreenLock::none};
+  Slot disconnected_, owner_, sessionNew_, sessionRemoved_, sleep_, changed_, lock_, unlock_, find_,
+      read_;
+  Subscription lockAsked_;
   Subscription retry_;
 };
 
@@ -216,6 +273,9 @@ LogindSession::~LogindSession() = default;
 
 bool LogindSession::onConsoleAndUnlocked() const {
   return impl_->onConsoleAndUnlocked();
+}
+const Property<ScreenLock>& LogindSession::screenLock() const {
+  return impl_->screenLock();
 }
 
 }  // namespace velmora

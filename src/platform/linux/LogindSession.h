@@ -3,6 +3,8 @@
 #include <memory>
 
 #include "base/Date.h"
+#include "base/Property.h"
+#include "ports/ScreenLock.h"
 
 namespace velmora {
 
@@ -22,6 +24,9 @@ class LogindSession {
   LogindSession& operator=(const LogindSession&) = delete;
 
   bool onConsoleAndUnlocked() const;
+  // Locked as long as the session is marked so. Asked from the moment when the system is about to
+  // sleep, and for some seconds after it woke up or the session was told to lock.
+  const Property<ScreenLock>& screenLock() const;
 
  private:
   class Impl;

@@ -14,8 +14,36 @@ constexpr char kService[] = "org.freedesktop.PolicyKit1";
 constexpr char kPath[] = "/org/freedesktop/PolicyKit1/Authority";
 constexpr char kAuthority[] = "org.freedesktop.PolicyKit1.Authority";
 constexpr char kAction[] = "com.velmora.app.end-session";
+constexpr uint32_t kAskNobody = 0;
 constexpr uint32_t kAskThePerson = 1;
 constexpr uint64_t kAsLongAsItTakes = UINT64_MAX;
+constexpr uint64_t kSecond = 1'000'000;
+
+struct Verdict {
+  bool isAuthorized = false;
+  bool needsProof = false;
+};
+
+// What polkit is asked about whoever is `bus`. `out` is to be unreferenced, and null on failure.
+int makeQuery(sd_bus* bus, uint32_t flags, sd_bus_message** out) {
+  const char* name = nullptr;
+  int r = sd_bus_get_unique_name(bus, &name);
+  if (r >= 0)
+    r = sd_bus_message_new_method_call(bus, out, kService, kPath, kAuthority, "CheckAuthorization");
+  if (r >= 0)
+    r = sd_bus_message_append(*out, "(sa{sv})sa{ss}us", "system-bus-name", 1, "name", "s", name,
+                              kAction, 0, flags, "");
+  return r;
+}
+
+// No and no for an answer that is none.
+Verdict readVerdict(sd_bus_message* reply) {
+  int isAuthorized = 0, needsProof = 0;
+  if (sd_bus_message_enter_container(reply, 'r', "bba{ss}") < 0 ||
+      sd_bus_message_read(reply, "bb", &isAuthorized, &needsProof) < 0)
+    return {};
+  return {isAuthorized != 0, needsProof != 0};
+}
 
 }  // namespace
 
@@ -57,15 +85,8 @@ class PolkitAuthentication::Question {
   }
 
   int check() {
-    const char* name = nullptr;
     sd_bus_message* m = nullptr;
-    int r = sd_bus_get_unique_name(bus_, &name);
-    if (r >= 0)
-      r = sd_bus_message_new_method_call(bus_, &m, kService, kPath, kAuthority,
-                                         "CheckAuthorization");
-    if (r >= 0)
-      r = sd_bus_message_append(m, "(sa{sv})sa{ss}us", "system-bus-name", 1, "name", "s", name,
-                                kAction, 0, kAskThePerson, "");
+    int r = makeQuery(bus_, kAskThePerson, &m);
     if (r >= 0)
       r = sd_bus_call_async(
           bus_, nullptr, m,
@@ -79,14 +100,13 @@ class PolkitAuthentication::Question {
   }
 
   void read(sd_bus_message* reply) {
-    int isAuthorized = 0, isChallenge = 0;
+    constexpr const char* kCant = "The owner of this computer can't be asked: ";
+    Verdict verdict;
     if (const auto* error = sd_bus_message_get_error(reply))
-      log_.notice(std::string("The owner of this computer can't be asked: ") +
-                  (error->message ? error->message : error->name));
-    else if (sd_bus_message_enter_container(reply, 'r', "bba{ss}") < 0 ||
-             sd_bus_message_read(reply, "bb", &isAuthorized, &isChallenge) < 0)
-      isAuthorized = 0;
-    answer(isAuthorized != 0);
+      log_.notice(std::string(kCant) + (error->message ? error->message : error->name));
+    else if (verdict = readVerdict(reply); verdict.needsProof && !verdict.isAuthorized)
+      log_.notice(std::string(kCant) + "this desktop runs no authentication agent");
+    answer(verdict.isAuthorized);
   }
 
   // Once, from the loop.
@@ -103,6 +123,20 @@ class PolkitAuthentication::Question {
 
 PolkitAuthentication::PolkitAuthentication(EventLoop& loop, Log& log) : loop_(loop), log_(log) {}
 PolkitAuthentication::~PolkitAuthentication() = default;
+
+bool PolkitAuthentication::canAsk() {
+  sd_bus* bus = nullptr;
+  sd_bus_message* query = nullptr;
+  sd_bus_message* reply = nullptr;
+  Verdict verdict;
+  if (sd_bus_open_system(&bus) >= 0 && makeQuery(bus, kAskNobody, &query) >= 0 &&
+      sd_bus_call(bus, query, kSecond, nullptr, &reply) >= 0)
+    verdict = readVerdict(reply);
+  sd_bus_message_unref(reply);
+  sd_bus_message_unref(query);
+  sd_bus_close_unref(bus);
+  return verdict.isAuthorized || verdict.needsProof;
+}
 
 // The question itself carries the text: polkit lets only trusted programs hand over another.
 void PolkitAuthentication::authenticate(const std::string&, std::function<void(bool)> completion) {

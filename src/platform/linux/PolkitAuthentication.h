@@ -19,6 +19,9 @@ class PolkitAuthentication final : public Authentication {
   PolkitAuthentication(const PolkitAuthentication&) = delete;
   PolkitAuthentication& operator=(const PolkitAuthentication&) = delete;
 
+  // As polkit says: it knows the action and lets this user's session prove what it wants. Whether a
+  // dialog stands ready shows only when one is asked for.
+  bool canAsk() override;
   // One question at a time: while one is open, the next is declined.
   void authenticate(const std::string& reason, std::function<void(bool)> completion) override;
 

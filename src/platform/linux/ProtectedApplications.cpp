@@ -26,7 +26,8 @@ constexpr ProtectedApplication kProtected[] = {
      "xfce4-settings-manager xfce4-settings-editor xfce4-accessibility-settings "
      "xfce4-appearance-settings xfce4-color-settings xfce4-display-settings "
      "xfce4-keyboard-settings xfce4-mime-settings xfce4-mouse-settings xfsettingsd "
-     "xfce-ui-settings xfce-display-settings xfce-keyboard-settings xfce-mouse-settings"},
+     "xfce-ui-settings xfce-display-settings xfce-keyboard-settings xfce-mouse-settings "
+     "xfce4-power-manager-settings xfce4-notifyd-config xfce4-screensaver-preferences"},
     // Cinnamon
     {"cinnamon", "cinnamon2d cinnamon-launcher cinnamon-session cinnamon-session-quit"},
     {"nemo", "nemo-desktop nemo-autostart"},
@@ -48,7 +49,9 @@ constexpr ProtectedApplication kProtected[] = {
     {"pcmanfm-qt", "pcmanfm-qt-desktop-pref lxqt-desktop"},
     {"lxqt-config",
      "lxqt-config-appearance lxqt-config-brightness lxqt-config-file-associations "
-     "lxqt-config-input lxqt-config-locale lxqt-config-monitor lxqt-config-session"},
+     "lxqt-config-input lxqt-config-locale lxqt-config-monitor lxqt-config-session "
+     "lxqt-config-globalkeyshortcuts lxqt-config-notificationd lxqt-config-powermanagement "
+     "lxqt-admin-time lxqt-admin-user"},
     // Lockers
     {"i3lock", ""},
     {"slock", ""},

@@ -62,7 +62,7 @@ std::vector<RunningApplication> X11Applications::running() {
   look();
   std::vector<RunningApplication> out;
   for (const auto& [pid, process] : known_) {
-    if (!process.windows.empty()) out.push_back({pid, process.id});
+    if (!process.windows.empty()) out.push_back(process.application(pid));
   }
   return out;
 }
@@ -70,7 +70,7 @@ std::vector<RunningApplication> X11Applications::running() {
 Subscription X11Applications::onLaunch(std::function<void(const RunningApplication&)> launched) {
   if (subscribers_++ == 0) {
     look();
-    for (auto& [pid, process] : known_) process.isTold = true;
+    for (auto& [pid, process] : known_) process.isTold = !process.windows.empty();
     news_ = desktop_.onWindowsChanged([this] { lookSoon(); });
     lookSoon();  // where the server kept us waiting, what it has not told yet counts as launched
   }
@@ -136,9 +136,9 @@ std::optional<Seconds> X11Applications::look() {
                      before->second.startTime == process.startTime &&
                      before->second.id == process.id;
   }
-  // One that closed its last window may show another: it is not launched again by that.
   for (auto& [pid, process] : known_) {
     process.windows.clear();
+    process.isTold = false;
     if (!now.contains(pid) && process.startTime == processes_.startTime(pid)) {
       now.emplace(pid, std::move(process));
     }
@@ -157,7 +157,8 @@ bool X11Applications::isOurProgram(int32_t pid) const {
 const X11Applications::Process* X11Applications::find(
     const RunningApplication& application) const {
   const auto found = known_.find(application.pid);
-  const bool isSame = found != known_.end() && found->second.id == application.bundleID;
+  const bool isSame =
+      found != known_.end() && found->second.application(application.pid) == application;
   return isSame ? &found->second : nullptr;
 }
 
@@ -176,7 +177,7 @@ void X11Applications::tellLaunches() {
   std::vector<RunningApplication> launched;
   for (auto& [pid, process] : known_) {
     if (!process.windows.empty() && !std::exchange(process.isTold, true)) {
-      launched.push_back({pid, process.id});
+      launched.push_back(process.application(pid));
     }
   }
   const auto launches = launches_;

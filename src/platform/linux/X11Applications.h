@@ -40,7 +40,8 @@ class X11Applications final : public Applications {
     std::string id;
     std::optional<uint64_t> startTime;
     std::vector<uint32_t> windows;  // regular ones; empty once it has none any more
-    bool isTold = false;            // as a launch
+    bool isTold = false;            // that it shows windows
+    RunningApplication application(int32_t pid) const { return {pid, id, startTime.value_or(0)}; }
   };
   // When to look again, where the server is gone or kept us waiting.
   std::optional<Seconds> look();

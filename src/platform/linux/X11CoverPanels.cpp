@@ -14,6 +14,7 @@
 #include "platform/linux/EventLoop.h"
 #include "platform/linux/X11Connection.h"
 #include "platform/linux/X11Desktop.h"
+#include "platform/linux/XDisplay.h"
 #include "ports/Clock.h"
 #include "ports/Desktop.h"
 
@@ -30,8 +31,8 @@ constexpr std::chrono::milliseconds kPatience{50};
 constexpr uint32_t kOpaque = 0xFFFFFFFF;
 constexpr std::string_view kClass("velmora\0Velmora\0", 16);
 
-// The mark: a ring of which a quarter turn is lit, brightest at its head.
-constexpr int kMarkSize = 46;
+// The mark: a ring of which a quarter turn is lit, brightest at its head. Lengths in points.
+constexpr double kMarkSize = 46.0;
 constexpr double kMarkRadius = 19.0;
 constexpr double kMarkStroke = 4.0;
 constexpr double kMarkHead = 0.25;  // of a turn, clockwise from the top
@@ -43,9 +44,10 @@ constexpr Colour kTrack{0x2C, 0x20, 0x3A};
 constexpr Colour kLight{0xD7, 0xA2, 0xF8};
 constexpr Colour kHead{0xF6, 0xEF, 0xFD};
 
-// The share of a pixel that lies within `reach` of something `distance` away.
-double coverage(double distance, double reach) {
-  return std::clamp(reach + 0.5 - distance, 0.0, 1.0);
+// The share of a pixel that lies within `reach` of something `distance` away, all in points, of
+// which each has so many pixels.
+double coverage(double distance, double reach, double pixels) {
+  return std::clamp((reach - distance) * pixels + 0.5, 0.0, 1.0);
 }
 
 Colour mixed(const Colour& from, const Colour& to, double share) {
@@ -53,26 +55,27 @@ Colour mixed(const Colour& from, const Colour& to, double share) {
   return {mix(from.red, to.red), mix(from.green, to.green), mix(from.blue, to.blue)};
 }
 
-// `x` and `y` from the middle.
-Colour markColour(double x, double y) {
-  const double ring = coverage(std::abs(std::hypot(x, y) - kMarkRadius), kMarkStroke / 2);
+// `x` and `y` from the middle, in points.
+Colour markColour(double x, double y, double pixels) {
+  const double ring = coverage(std::abs(std::hypot(x, y) - kMarkRadius), kMarkStroke / 2, pixels);
   const double turn = std::atan2(x, -y) / (2 * std::numbers::pi);
   const bool isLit = turn >= 0 && turn <= kMarkHead;
   const auto stroke = mixed(kTrack, kLight, isLit ? turn / kMarkHead : 0.0);
   constexpr double kAngle = kMarkHead * 2 * std::numbers::pi;
   const double headX = kMarkRadius * std::sin(kAngle), headY = -kMarkRadius * std::cos(kAngle);
-  const double head = coverage(std::hypot(x - headX, y - headY), kHeadRadius);
+  const double head = coverage(std::hypot(x - headX, y - headY), kHeadRadius, pixels);
   return mixed(mixed({0, 0, 0}, stroke, ring), kHead, head);
 }
 
-std::vector<uint32_t> markPixels() {
+std::vector<uint32_t> markPixels(int size) {
   std::vector<uint32_t> pixels;
-  pixels.reserve(size_t{kMarkSize} * kMarkSize);
+  pixels.reserve(static_cast<size_t>(size) * static_cast<size_t>(size));
+  const double point = size / kMarkSize;
   const auto byte = [](double value) { return static_cast<uint32_t>(std::lround(value)); };
-  for (int y = 0; y < kMarkSize; ++y) {
-    for (int x = 0; x < kMarkSize; ++x) {
-      const double middle = (kMarkSize - 1) / 2.0;
-      const auto [red, green, blue] = markColour(x - middle, y - middle);
+  for (int y = 0; y < size; ++y) {
+    for (int x = 0; x < size; ++x) {
+      const double middle = (size - 1) / 2.0;
+      const auto [red, green, blue] = markColour((x - middle) / point, (y - middle) / point, point);
       pixels.push_back(byte(red) << 16 | byte(green) << 8 | byte(blue));
     }
   }
@@ -154,6 +157,8 @@ class X11CoverPanels::Impl {
     connection_ =
         X11Connection::open(display_, [this](const xcb_generic_event_t& e) { onEvent(e); });
     if (!connection_) return;
+    markSize_ =
+        static_cast<int>(std::lround(kMarkSize * xScale(raw(), connection_->root())));
     markPixmap_ = makeMark();
     for (size_t i = 0; i < kPoolSize; ++i) windows_.push_back(makeWindow());
     watch_ = loop_.watch(connection_->descriptor(), EPOLLIN, [this](uint32_t) {
@@ -196,9 +201,10 @@ class X11CoverPanels::Impl {
                            window.id, 0, 0, 0, nullptr);
     // Both windows are painted by the server, as they appear and whenever they are laid bare.
     if (markPixmap_) {
-      xcb_create_window(raw(), XCB_COPY_FROM_PARENT, window.mark, window.id, 0, 0, kMarkSize,
-                        kMarkSize, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                        XCB_CW_BACK_PIXMAP, &markPixmap_);
+      const auto size = static_cast<uint16_t>(markSize_);
+      xcb_create_window(raw(), XCB_COPY_FROM_PARENT, window.mark, window.id, 0, 0, size, size, 0,
+                        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXMAP,
+                        &markPixmap_);
       xcb_map_window(raw(), window.mark);
     } else {
       window.mark = 0;
@@ -212,13 +218,14 @@ class X11CoverPanels::Impl {
     const auto order = std::endian::native == std::endian::little ? XCB_IMAGE_ORDER_LSB_FIRST
                                                                   : XCB_IMAGE_ORDER_MSB_FIRST;
     if (screen.root_depth != 24 || xcb_get_setup(raw())->image_byte_order != order) return 0;
-    const auto pixels = markPixels();
+    const auto pixels = markPixels(markSize_);
+    const auto size = static_cast<uint16_t>(markSize_);
     const xcb_pixmap_t pixmap = xcb_generate_id(raw());
     const xcb_gcontext_t context = xcb_generate_id(raw());
-    xcb_create_pixmap(raw(), 24, pixmap, screen.root, kMarkSize, kMarkSize);
+    xcb_create_pixmap(raw(), 24, pixmap, screen.root, size, size);
     xcb_create_gc(raw(), context, pixmap, 0, nullptr);
-    xcb_put_image(raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context, kMarkSize, kMarkSize, 0, 0, 0,
-                  24, static_cast<uint32_t>(pixels.size() * sizeof(uint32_t)),
+    xcb_put_image(raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context, size, size, 0, 0, 0, 24,
+                  static_cast<uint32_t>(pixels.size() * sizeof(uint32_t)),
                   reinterpret_cast<const uint8_t*>(pixels.data()));
     xcb_free_gc(raw(), context);
     return pixmap;
@@ -241,8 +248,8 @@ class X11CoverPanels::Impl {
                              XCB_CONFIG_WINDOW_HEIGHT | XCB_CONFIG_WINDOW_STACK_MODE,
                          outer);
     if (!window.mark) return;
-    const uint32_t inner[] = {static_cast<uint32_t>((width - kMarkSize) / 2),
-                              static_cast<uint32_t>((height - kMarkSize) / 2)};
+    const uint32_t inner[] = {static_cast<uint32_t>((width - markSize_) / 2),
+                              static_cast<uint32_t>((height - markSize_) / 2)};
     xcb_configure_window(raw(), window.mark, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, inner);
   }
 
@@ -340,6 +347,7 @@ class X11CoverPanels::Impl {
   const std::string display_;
   Monotonic nextAttempt_{};
   std::unique_ptr<X11Connection> connection_;
+  int markSize_ = 0;  // in pixels
   xcb_pixmap_t markPixmap_ = 0;
   std::vector<Window> windows_;
   Panel lastPanel_ = 0;

@@ -13,8 +13,9 @@ class EventLoop;
 // Cover panels as bare windows of the X server, which no window manager moves, decorates or gives
 // the focus. They are made before they are needed, on a connection of their own, so that showing
 // one is a single write. Rectangles are in root coordinates. What the window manager raises while a
-// panel stands goes behind it again; menus, lockers and our own gate, which are no windows of the
-// manager, stay where they are. With the process go its panels.
+// panel stands goes behind it again; what is no window of the manager and comes up later, as menus,
+// lockers and our own gate do, stays in front. A window that such a one hides is never covered, so
+// no panel comes up before it. With the process go its panels.
 class X11CoverPanels final : public CoverPanels {
  public:
   // `loop` and `clock` outlive this object. `display` as in DISPLAY; empty takes that variable.

@@ -76,10 +76,14 @@ uint32_t XDisplay::atom(const std::string& name) const {
 }
 
 double XDisplay::scale() const {
+  return xScale(connection_, screen_->root);
+}
+
+double xScale(xcb_connection_t* connection, uint32_t root) {
   constexpr std::string_view kResource = "Xft.dpi:";
-  const auto question = xcb_get_property(connection_, false, screen_->root,
-                                         XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 0, 16384);
-  const auto reply = owned(xcb_get_property_reply(connection_, question, nullptr));
+  const auto question = xcb_get_property(connection, false, root, XCB_ATOM_RESOURCE_MANAGER,
+                                         XCB_ATOM_STRING, 0, 16384);
+  const auto reply = owned(xcb_get_property_reply(connection, question, nullptr));
   if (!reply || reply->format != 8) return 1.0;
   const std::string all(static_cast<const char*>(xcb_get_property_value(reply.get())),
                         reply->value_len);

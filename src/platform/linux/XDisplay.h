@@ -16,6 +16,10 @@ namespace velmora {
 
 class EventLoop;
 
+// How much larger than usual the user of a display wants things, from 1 on, by the resource
+// Xft.dpi. Waits for the server.
+double xScale(xcb_connection_t* connection, uint32_t root);
+
 // A connection to the X server that small windows of ours are drawn on, its events told from the
 // loop. The loop's thread only; opening and atom() wait for the server.
 class XDisplay {
@@ -34,7 +38,6 @@ class XDisplay {
   const xcb_screen_t& screen() const { return *screen_; }
   int screenNumber() const { return number_; }
   uint32_t atom(const std::string& name) const;
-  // How much larger than usual the user wants things, from 1 on, by the resource Xft.dpi.
   double scale() const;
 
   using Surface = std::shared_ptr<_cairo_surface>;

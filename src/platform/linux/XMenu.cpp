@@ -106,8 +106,20 @@ class XMenu::Impl {
     scale_ = display_->scale();
     hovered_ = -1;
     readKeys();
+    left_ = x;
+    top_ = y;
     place(x, y);
     grab(kGrabTries);
+  }
+
+  void update(const std::vector<StatusMenuItem>& menu) {
+    if (!display_ || menu == menu_) return;
+    const bool isSameShape = std::ranges::equal(menu, menu_, [](const auto& a, const auto& b) {
+      return a.action == b.action && a.title.empty() == b.title.empty();
+    });
+    if (!isSameShape) return open(std::vector(menu), left_, top_);
+    menu_ = menu;
+    draw();
   }
 
   void close() {
@@ -285,8 +297,16 @@ class XMenu::Impl {
         if (hovered_ >= 0) choose(hovered_);
         return;
       default:
-        return;
+        return chooseByKey(index < keys_.size() ? keys_[index] : 0);
     }
+  }
+
+  // With or without the modifier: while the menu is up, it has the keyboard. The symbols of Latin
+  // letters are their characters.
+  void chooseByKey(uint32_t symbol) {
+    for (size_t i = 0; i < menu_.size(); ++i)
+      if (menu_[i].key.size() == 1 && static_cast<unsigned char>(menu_[i].key[0]) == symbol)
+        return choose(static_cast<int>(i));
   }
 
   void receive(const xcb_generic_event_t& any) {
@@ -321,6 +341,7 @@ class XMenu::Impl {
   const std::function<void(const std::string&)> chosen_;
   std::vector<StatusMenuItem> menu_;
   double scale_ = 1, width_ = 0, height_ = 0;  // the latter in points
+  int left_ = 0, top_ = 0;  // where it was asked for, in pixels
   int hovered_ = -1;
   xcb_window_t window_ = XCB_NONE;
   uint8_t firstKey_ = 0;
@@ -335,6 +356,9 @@ XMenu::~XMenu() = default;
 
 void XMenu::open(const std::vector<StatusMenuItem>& menu, int x, int y) {
   impl_->open(menu, x, y);
+}
+void XMenu::update(const std::vector<StatusMenuItem>& menu) {
+  impl_->update(menu);
 }
 void XMenu::close() {
   impl_->close();

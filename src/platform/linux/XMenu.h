@@ -23,6 +23,8 @@ class XMenu {
 
   // Beside this point of the display, within the screen. Replaces one that is open.
   void open(const std::vector<StatusMenuItem>& menu, int x, int y);
+  // What an open one shows from now on.
+  void update(const std::vector<StatusMenuItem>& menu);
   void close();
   bool isOpen() const;
 

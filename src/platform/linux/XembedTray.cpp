@@ -40,6 +40,8 @@ class XembedTray::Impl {
       close();
   }
 
+  bool isDocked() const { return window_ != XCB_NONE; }
+
  private:
   void open() {
     close();
@@ -197,6 +199,9 @@ XembedTray::~XembedTray() = default;
 
 void XembedTray::setVisible(bool isVisible) {
   impl_->setVisible(isVisible);
+}
+bool XembedTray::isDocked() const {
+  return impl_->isDocked();
 }
 
 }  // namespace velmora

@@ -23,6 +23,8 @@ class XembedTray {
 
   // False at first. Without it no connection to the display is kept.
   void setVisible(bool isVisible);
+  // Whether there is a tray that it was handed to.
+  bool isDocked() const;
 
  private:
   class Impl;

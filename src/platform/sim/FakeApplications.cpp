@@ -1,6 +1,7 @@
 #include "platform/sim/FakeApplications.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velmora::sim {
 
@@ -8,11 +9,21 @@ FakeApplications::Process& FakeApplications::launch(const std::string& bundleID,
                                                     bool asksBeforeQuitting) {
   for (const auto& process : processes)
     lastPid_ = std::max(lastPid_, process.application.pid);
-  processes.push_back({{++lastPid_, bundleID}, asksBeforeQuitting});
-  loop_.post([weak = std::weak_ptr(launches_), application = processes.back().application] {
+  processes.push_back({{++lastPid_, bundleID, ++lastInstance_}, asksBeforeQuitting});
+  tell(processes.back().application);
+  return processes.back();
+}
+
+void FakeApplications::tell(const RunningApplication& application) {
+  loop_.post([weak = std::weak_ptr(launches_), application] {
     if (const auto launches = weak.lock()) launches->send(application);
   });
-  return processes.back();
+}
+
+void FakeApplications::setShown(const RunningApplication& application, bool isShown) {
+  Process* process = find(application);
+  if (!process || std::exchange(process->hasWindows, isShown) == isShown) return;
+  if (isShown) tell(application);
 }
 
 FakeApplications::Process* FakeApplications::find(const std::string& bundleID) {
@@ -32,7 +43,8 @@ void FakeApplications::end(const RunningApplication& application) {
 
 std::vector<RunningApplication> FakeApplications::running() {
   std::vector<RunningApplication> out;
-  for (const auto& process : processes) out.push_back(process.application);
+  for (const auto& process : processes)
+    if (process.hasWindows) out.push_back(process.application);
   return out;
 }
 

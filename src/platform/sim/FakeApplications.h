@@ -18,6 +18,7 @@ class FakeApplications final : public Applications {
     RunningApplication application;
     bool asksBeforeQuitting = false;  // and nobody answers
     bool isHidden = false;
+    bool hasWindows = true;
     int quitRequests = 0;
   };
 
@@ -25,6 +26,8 @@ class FakeApplications final : public Applications {
 
   // The user starts it; who subscribed hears of it from the loop.
   Process& launch(const std::string& bundleID, bool asksBeforeQuitting = false);
+  // It withdraws its windows, or shows them again.
+  void setShown(const RunningApplication& application, bool isShown);
   // Null once it has ended.
   Process* find(const std::string& bundleID);
   std::vector<Process> processes;
@@ -37,11 +40,13 @@ class FakeApplications final : public Applications {
   void forceTerminate(const RunningApplication& application) override;
 
  private:
+  void tell(const RunningApplication& application);
   Process* find(const RunningApplication& application);
   void end(const RunningApplication& application);
 
   RunLoop& loop_;
   int32_t lastPid_ = 1000;
+  uint64_t lastInstance_ = 0;
   std::shared_ptr<Signal<RunningApplication>> launches_ =
       std::make_shared<Signal<RunningApplication>>();
 };

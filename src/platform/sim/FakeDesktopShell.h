@@ -52,12 +52,14 @@ class FakeScheduleAgent final : public ScheduleAgent {
 // The question stays open until the owner answers.
 class FakeAuthentication final : public Authentication {
  public:
+  bool canAsk() override { return hasDialog; }
   void authenticate(const std::string& reason, std::function<void(bool)> completion) override {
     reasons.push_back(reason);
     open_ = std::move(completion);
   }
   void answer(bool yes) { std::exchange(open_, nullptr)(yes); }
   std::vector<std::string> reasons;
+  bool hasDialog = true;
 
  private:
   std::function<void(bool)> open_;

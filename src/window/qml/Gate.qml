@@ -16,7 +16,7 @@ FocusScope {
             return;
         busy = true;
         refusal.text = "";
-        Velmora.run("focus", [chosen.name, "--task", task.text], result => {
+        Velmora.run("focus", [chosen.id, "--task", task.text], result => {
             busy = false;
             refusal.text = result.status === 0 ? "" : result.error;
         });

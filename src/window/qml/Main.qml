@@ -16,6 +16,8 @@ FocusScope {
     Shortcut {
         sequences: [StandardKey.Quit]
         context: Qt.ApplicationShortcut
+        // The gate is passed by its form alone.
+        enabled: !Velmora.state.surfaces?.gate?.showing
         onActivated: shell.item?.ask("quit")
     }
 }

@@ -74,7 +74,7 @@ TEST_F(AppBlocking, ListsWhatIsInstalledOnceByNameAndAfterItWhatElseRuns) {
   launch({"us.zoom", "Running"});
   blocker->preloadInstalledApps();
   world.settle();
-  EXPECT_EQ(blocker->installedApps.get(),
+  EXPECT_EQ(blocker->pickableApps(),
             (std::vector<InstalledApp>{{"Running", "Running", "", ""}, zoom}));
   blocker->preloadInstalledApps();
   blocker.reset();  // with a scan under way

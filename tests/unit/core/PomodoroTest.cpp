@@ -56,6 +56,28 @@ TEST_F(Pomodoro, BlocksEndByTheLimitAndLongBreaksByTheCount) {
   }
 }
 
+TEST_F(Pomodoro, EveryEndIsToldInItsOwnWords) {
+  const struct {
+    int every, limit;
+    const char *script, *title, *body;
+  } rows[] = {
+      {4, 0, "skip", "Focus session complete! 🎯", "Great work. Time for a break."},
+      {4, 1, "skip", "Pomodoro block complete", "Nice work. Your focus block is done."},
+      {4, 0, "toBreak skip", "Break over", "Ready to focus again?"},
+      {1, 0, "skip skip", "Long break over", "You've earned this — now let's go!"},
+      {1, 1, "skip skip", "Pomodoro block complete", "Long break over. Your block is finished."}};
+  for (const auto& row : rows) {
+    startAfresh();
+    change([&](auto& s) {
+      s.sessionsBeforeLongBreak = row.every;
+      s.focusSessionLimit = row.limit;
+    });
+    play(row.script);
+    EXPECT_EQ(notifications.posted.back().title, row.title);
+    EXPECT_EQ(notifications.posted.back().body, row.body);
+  }
+}
+
 TEST_F(Pomodoro, TheNextPhaseStartsHalfASecondLaterWhenItMay) {
   struct Row {
     bool isBrak, isHardcore, autoStart;

@@ -15,6 +15,9 @@ TEST(LaunchctlAgent, WritesThesePropertyListsAndTellsTheSystem) {
     agent.install();
     std::ifstream file(path);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(text.substr(0, text.find("<dict>")),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST "
+              "1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">\n");
     std::string flat = text.substr(text.find("<dict>"));
     for (size_t end; (end = flat.find('\n')) != flat.npos;)
       flat.erase(end, flat.find_first_not_of("\n ", end) - end);

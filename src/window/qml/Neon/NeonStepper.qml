@@ -4,15 +4,16 @@ import Velmora
 
 // A whole number between two buttons. `text` is its accessible name. The value can be typed, and
 // goes with the arrow keys; `unit` stands behind it ("min"), `zeroText` instead of 0. It shows
-// `number`, which somebody else decides: it asks once the user pauses, and takes back what was
-// refused.
+// `number`, which somebody else decides and which may lie beyond what can be chosen here: it asks
+// once the user pauses, and takes back what was refused.
 T.SpinBox {
     id: control
 
     property string text: ""
     property string unit: ""
     property string zeroText: ""
-    property int number: 0
+    property real number: 0
+    readonly property bool beyond: number < from || number > to
 
     signal asked(int number)
 
@@ -22,9 +23,11 @@ T.SpinBox {
         wish.restart()
     }
 
-    onNumberChanged: if (!wish.running) value = number
+    function follow() { value = Math.max(from, Math.min(to, number)) }
+
+    onNumberChanged: if (!wish.running) follow()
     onValueModified: wish.restart()
-    Component.onCompleted: value = number
+    Component.onCompleted: follow()
 
     Timer {
         id: wish
@@ -37,7 +40,7 @@ T.SpinBox {
     Timer {
         id: refusal
         interval: 1500
-        onTriggered: if (!wish.running) control.value = control.number
+        onTriggered: if (!wish.running) control.follow()
     }
 
     implicitWidth: 132
@@ -61,7 +64,8 @@ T.SpinBox {
     }
 
     contentItem: TextInput {
-        text: control.displayText
+        text: control.beyond && !wish.running ? control.textFromValue(control.number)
+                                              : control.displayText
         color: NeonTheme.ink
         selectionColor: NeonTheme.deep
         selectedTextColor: NeonTheme.hot

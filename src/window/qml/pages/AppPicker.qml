@@ -19,9 +19,16 @@ NeonDialog {
     signal chosen(var app)
 
     implicitWidth: 440
+    // The answer is what is known now, and has the disk read once more.
+    readonly property int revision: Velmora.state.applicationsRevision ?? 0
+    onRevisionChanged: if (opened) look()
     onOpened: {
         search.clear()
         search.forceActiveFocus()
+        look()
+    }
+
+    function look() {
         looking = apps.length === 0
         Velmora.run("applications", ["--json"], result => {
             looking = false

@@ -36,6 +36,7 @@ NeonCard {
 
             width: parent.width
             symbol: "app"
+            picture: app.icon ? "file://" + app.icon : ""
             title: app.name ?? ""
             dimmed: !app.isBlocked
 

@@ -108,17 +108,30 @@ FocusScope {
         width: parent.width
         spacing: 18
 
-        NeonSegmented {
+        Item {
             anchors.horizontalCenter: parent.horizontalCenter
             visible: stage.pomodoro && !stage.mission
-            compact: true
-            enabled: stage.controls.switchType
-            text: "Phase"
-            value: stage.session.type
-            options: [{ value: "focus", text: "Focus" },
-                      { value: "shortBreak", text: "Short Break" },
-                      { value: "longBreak", text: "Long Break" }]
-            onChosen: value => stage.shell.ask("switch", [value])
+            width: phase.width
+            height: phase.height
+
+            NeonSegmented {
+                id: phase
+                compact: true
+                enabled: stage.controls.switchType
+                text: "Phase"
+                Accessible.description: enabled ? "" : locked.text
+                value: stage.session.type
+                options: [{ value: "focus", text: "Focus" },
+                          { value: "shortBreak", text: "Short Break" },
+                          { value: "longBreak", text: "Long Break" }]
+                onChosen: value => stage.shell.ask("switch", [value])
+            }
+            HoverHandler { id: over }
+            NeonTip {
+                id: locked
+                text: "Can't change mode while session is running"
+                visible: over.hovered && !phase.enabled
+            }
         }
         CountdownLength {
             anchors.horizontalCenter: parent.horizontalCenter
@@ -155,6 +168,8 @@ FocusScope {
                     size: 68
                     iconSize: 28
                     luminous: true
+                    enabled: stage.running || stage.screen !== "countdown"
+                             || stage.chrono.remaining > 0
                     symbol: stage.running ? "pause" : "play"
                     text: stage.running ? "Pause" : stage.started ? "Resume" : "Start"
                     onClicked: stage.drive(stage.running ? "pause" : "start")
@@ -178,7 +193,8 @@ FocusScope {
             NeonText {
                 id: hard
                 anchors.centerIn: parent
-                visible: stage.pomodoro && !stage.controls.playPause
+                visible: stage.pomodoro ? !stage.controls.playPause
+                                        : stage.session.hardcore && stage.chrono.running
                 level: "caps"
                 font.pixelSize: 13
                 color: NeonTheme.violet

@@ -10,17 +10,17 @@ FocusScope {
     property string page: "focus"
     readonly property bool ready: Velmora.state.session !== undefined
     readonly property var modules: Velmora.state.modules ?? []
-    readonly property var tabs: [
-        { value: "focus", text: "Focus", symbol: "focus" },
-        { value: "schedule", text: "Schedule", symbol: "schedule" },
-        { value: "rules", text: "Rules", symbol: "rules" },
-        { value: "progress", text: "Progress", symbol: "progress" },
-        { value: "extensions", text: "Extensions", symbol: "extensions" },
-        { value: "settings", text: "Settings", symbol: "settings" }
-    ].filter(tab => tab.value === page || !["schedule", "rules", "progress"].includes(tab.value)
-                    || modules.some(m => m.enabled && (m.name === tab.value
-                                                       || m.category.toLowerCase() === tab.value)))
+    readonly property var views: ({ focus: focusPage, schedule: schedulePage, rules: rulesPage,
+                                    progress: progressPage, extensions: extensionsPage,
+                                    settings: settingsPage })
+    readonly property var known: (Velmora.state.tabs ?? []).filter(tab => tab.name in views)
+    // A page whose modules go off stays for whoever is on it.
+    readonly property string kept: known.some(tab => tab.shown && tab.name === page) ? "" : page
+    readonly property var tabs: known.filter(tab => tab.shown || tab.name === kept)
+        .map(tab => ({ value: tab.name, text: tab.title, symbol: tab.name }))
+    readonly property bool listsPages: Velmora.state.desktop?.sidebar ?? true
 
+    function fold() { ask("sidebar", [listsPages ? "off" : "on"]) }
     function go(name: string) { page = name }
     function say(line: string, wrong: bool) { toast.show(line, wrong) }
     // Runs a command; a refusal shows the program's line. `done` gets the answer, refused or not.
@@ -34,23 +34,34 @@ FocusScope {
     NeonBackdrop {
         anchors.fill: parent
         still: !main.Window.active
-        lightX: 200 + (width - 200) * 0.36
+        lightX: side.width + (width - side.width) * 0.36
         lightY: 310
     }
 
     Rectangle {
         id: side
-        width: 200
+        width: main.listsPages ? 200 : 52
         height: parent.height
-        color: NeonTheme.faded(NeonTheme.sunken, 0.72)
+        color: main.listsPages ? NeonTheme.faded(NeonTheme.sunken, 0.72) : "transparent"
 
         Rectangle {
+            visible: main.listsPages
             anchors.right: parent.right
             width: 1
             height: parent.height
             color: NeonTheme.line
         }
+        NeonIconButton {
+            anchors { right: parent.right; rightMargin: 10 }
+            y: 24
+            symbol: "sidebar"
+            ink: hovered ? NeonTheme.ink : NeonTheme.quiet
+            text: main.listsPages ? "Hide the sidebar" : "Show the sidebar"
+            hint: text + " (F9)"
+            onClicked: main.fold()
+        }
         Row {
+            visible: main.listsPages
             x: 24
             y: 28
             spacing: 11
@@ -62,6 +73,7 @@ FocusScope {
             }
         }
         NeonTabBar {
+            visible: main.listsPages
             x: 12
             y: 84
             width: parent.width - 24
@@ -70,6 +82,7 @@ FocusScope {
             onChosen: value => main.go(value)
         }
         BrowserBadge {
+            visible: main.listsPages
             x: 12
             width: parent.width - 24
             anchors { bottom: parent.bottom; bottomMargin: 16 }
@@ -82,9 +95,7 @@ FocusScope {
         anchors { left: side.right; top: parent.top; bottom: parent.bottom; right: parent.right }
         active: main.ready
         focus: true
-        sourceComponent: ({ focus: focusPage, schedule: schedulePage, rules: rulesPage,
-                            progress: progressPage, extensions: extensionsPage,
-                            settings: settingsPage })[main.page]
+        sourceComponent: main.views[main.page]
         onLoaded: {
             item.focus = true
             if (!NeonTheme.reducedMotion) appear.restart()
@@ -156,6 +167,10 @@ FocusScope {
                 onActivated: main.go(place.modelData.value)
             }
         }
+    }
+    Shortcut {
+        sequences: ["F9"]
+        onActivated: main.fold()
     }
     Shortcut {
         sequences: ["Ctrl+,"]

@@ -13,6 +13,7 @@ NeonCard {
     NeonSegmented {
         width: parent.width
         text: "Mode"
+        enabled: !card.session.locked && !Velmora.state.scheduled?.active
         value: card.session.mode
         options: [{ value: "brak", text: "Brak mode" }, { value: "soft", text: "Soft mode" }]
         onChosen: value => card.shell.ask("mode", [value])
@@ -48,7 +49,7 @@ NeonCard {
             anchors { right: parent.right; verticalCenter: parent.verticalCenter }
             text: "Hardcore mode"
             enabled: card.session.controls.hardcoreSwitch
-            on: card.session.hardcore
+            on: Velmora.state.settings.isHardcore
             onAsked: on => card.shell.ask("settings", ["set", "isHardcore", on ? "true" : "false"])
         }
     }

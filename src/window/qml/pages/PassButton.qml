@@ -24,7 +24,7 @@ Row {
             id: tip
             text: pass.available ? "Emergency pass: cancel current session (1 per week)"
                                  : "Emergency pass already used this week"
-            visible: button.hovered
+            visible: button.hovered || button.visualFocus
         }
     }
     NeonText {

@@ -186,6 +186,7 @@ NeonDialog {
                             width: parent.width
                             implicitHeight: 38
                             symbol: "app"
+                            picture: apps.byKey[key]?.icon ? "file://" + apps.byKey[key].icon : ""
                             title: apps.byKey[key]?.name ?? ""
                             NeonIconButton {
                                 symbol: "close"

@@ -166,7 +166,7 @@ FocusScope {
                     spacing: 0
                     Toggle {
                         title: "Launch at login"
-                        text: "Velmora starts quietly with your desktop"
+                        text: "Velmora opens when you log in"
                         free: page.desktop.launchAtLogin !== undefined
                         on: page.desktop.launchAtLogin ?? false
                         onAsked: on => page.shell.ask("login", [on ? "on" : "off"])
@@ -203,6 +203,16 @@ FocusScope {
                         width: parent.width
                         shell: page.shell
                         title: page.browsers.length > 0 ? "Link another browser" : "No browser linked"
+                    }
+                    Line {}
+                    NeonText {
+                        width: parent.width
+                        topPadding: 14
+                        bottomPadding: 4
+                        level: "small"
+                        color: NeonTheme.quiet
+                        text: "Sessions never modify DNS, pf or /etc/hosts. Browser blocking stays "
+                            + "local, so OBS streams are never interrupted."
                     }
                 }
                 NeonCard {

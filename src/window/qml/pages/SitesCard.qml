@@ -7,7 +7,7 @@ NeonCard {
     id: card
 
     required property var shell
-    readonly property var domains: (Velmora.state.sites ?? []).map(s => s.domain)
+    readonly property var domains: (Velmora.state.sites ?? []).map(s => s.cleanDomain)
 
     padding: 8
     spacing: 0

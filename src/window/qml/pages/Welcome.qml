@@ -63,7 +63,7 @@ FocusScope {
             Layout.preferredHeight: 44
             horizontalAlignment: Text.AlignHCenter
             text: ["A linked browser lets Velmora send forbidden sites to the wall.",
-                   "You can change it whenever no session runs.",
+                   "You can change it later, except in a hardcore session or a mission.",
                    welcome.mode === "brak" ? "Choose what you will work with. Everything else stays closed."
                                            : "Listed sites and apps stay closed while it runs."][welcome.step]
         }

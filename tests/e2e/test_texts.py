@@ -1,0 +1,117 @@
+"""The words of the real program, read from its running windows. They are written out here once more:
+what a person reads is settled, and no table of the program or of the stage may change it unseen."""
+
+import json
+import unittest
+
+from bench import WithScreen, eventually
+from window import Window
+
+MODULES = {
+    "Core": {"Schedule": "Automatically start focus windows."},
+    "Rules": {
+        "Budget": "Give distracting sites a strict time allowance.",
+        "Scroll Guard": "After a few minutes of scrolling, ask whether to go on or quit the site.",
+        "Creator Gate": "Unlock sites only while OBS is recording or streaming.",
+        "Brak Porn": "Commit to permanent adult-content blocking for 30 to 365 days."},
+    "Progress": {
+        "Daily Tasks": "Plan recurring tasks, check each day, and keep a daily conclusion.",
+        "Habit": "Track daily focus sessions across the year.",
+        "Deadline": "Keep one big objective visible until the date hits."},
+    "Experience": {
+        "Sounds": "Ambient sound and focus audio.",
+        "Posture": "Use the camera to catch sustained posture drift."}}
+TABS = ["Focus", "Schedule", "Rules", "Progress", "Sounds", "Posture", "Extensions", "Settings"]
+LOCKED = "Can't change mode while session is running"
+PASS = "Emergency pass: cancel current session (1 per week)"
+PASS_USED = "Emergency pass already used this week"
+
+
+class Words(WithScreen):
+    def setUp(self):
+        super().setUp()
+        self.tell("welcome done", "window show")
+        self.screen.minimise(self.screen.window("Velmora"))  # the program's own; ours prints its texts
+        self.view = Window(self.screen, arguments=("--socket", self.velmora.control_path))
+        self.addCleanup(self.view.close)
+        self.addCleanup(lambda: self.assertEqual(self.view.complaints(), []))
+
+    def tell(self, *lines):
+        for line in lines:
+            self.velmora.tell(*line.split())
+
+    def assertShows(self, *texts):
+        self.assertTrue(self.view.shows(*texts), (set(texts) - set(self.view.visible()), self.view.visible()))
+
+    def focusOn(self, text):
+        """Goes from control to control until the tip `text` stands there to stay."""
+        stands = lambda: text in self.view.visible()
+        for _ in range(30):
+            self.view.press("Tab")
+            if not eventually(stands, 0.9, 0.05):
+                continue
+            if eventually(lambda: not stands(), 0.5, 0.05):  # it came late, of the control before
+                self.view.press("shift+Tab")
+            if eventually(stands, 5, 0.05):
+                return
+        self.fail("%s is not among %s" % (text, self.view.visible()))
+
+    def test_modules_and_their_pages(self):
+        state = json.loads(self.velmora.tell("state"))
+        self.assertEqual([tab["title"] for tab in state["tabs"]], TABS)
+        names = [module["name"] for module in state["modules"]]
+        self.tell(*("modules on " + name for name in names))
+        self.assertShows("Focus", "Rules", "Progress", "Extensions", "Settings")
+        self.view.press("ctrl+4")
+        self.assertShows("Keep the app minimal, or build your own focus machine", *MODULES)
+        for rows in MODULES.values():
+            self.assertShows(*rows, *rows.values())
+        self.view.press("ctrl+2")
+        self.tell(*("modules off " + name for name in names))
+        self.assertShows("No rule extensions enabled",
+                         "Turn on Budget Mode, Scroll Guard, Creator Gate, or Brak Porn in Extensions.")
+        self.tell("modules on habit")
+        self.view.press("ctrl+3")
+        self.tell("modules off habit")
+        self.assertShows("No progress modules enabled", "Turn on Daily Tasks, Habit, or Deadline in Extensions.")
+
+    def test_settings(self):
+        self.view.press("ctrl+comma")
+        self.assertShows(
+            "Short Break", "Long Break", "Stop after", "Pomodoro loops until you stop it",
+            "After 4 focus sessions you get a long break", "Show the movable mini timer during focus and breaks",
+            "Automatically begin the next session", "Play sounds on session completion", "Instant blocking",
+            "Allow Velmora in Accessibility, and a blocked site is covered the moment it opens instead of up to 2 s later.",
+            "Sessions never modify DNS, pf or /etc/hosts. Browser blocking stays local, so OBS streams are never interrupted.")
+
+    def test_a_focus_from_the_gate_to_its_pause(self):
+        self.tell("presets add Thesis")
+        self.assertShows("Deep Work", "Only your core tools.", "Editing", "Video/editing flow.", "Writing",
+                         "Quiet writing session.", "Custom focus preset", "Reset", "Skip to next session",
+                         "Focus", "Short Break", "Long Break", "Enable hardcore mode — no pause, no restart, no skip")
+        self.velmora.run("start")
+        for name, place, output in (("left", "640/200x900/200+0+0", "screen"), ("right", "640/200x900/200+640+0", "none")):
+            self.screen.run("xrandr", "--setmonitor", name, place, output)
+        self.assertShows("Choose your next focus", "What will you work on?", "Choose your focus preset on the main display")
+        self.tell("focus Writing --task Chapter two")
+        self.assertShows(LOCKED, "Chapter two · Writing")
+        self.tell("pause")
+        self.assertShows("Focus · Paused")
+
+    def test_a_hard_session_and_its_pass(self):
+        self.tell("mode soft", "settings set isHardcore true")
+        self.assertShows("Disable hardcore mode")
+        self.tell("start")
+        self.assertShows("HARDCORE — STAY FOCUSED", "Emergency pass")
+        self.focusOn(PASS)
+        self.view.press("Return")
+        self.assertShows("Use your Emergency Pass?", "You only get 1 per week. Save it for real emergencies.",
+                         "Cancel session")
+        self.view.press("Tab", "Return")
+        self.assertTrue(eventually(lambda: not self.velmora.status()["session"]["active"], 5))
+        self.assertShows("Used this week")
+        self.focusOn(PASS_USED)
+
+
+if __name__ == "__main__":
+    unittest.main()
