@@ -21,6 +21,7 @@ App::App(const Platform& p)
       schedule(timer, presets, screens, uses24HourTime,
                {p.preferences, p.clock, p.loop, p.random, p.log, p.scheduleAgent, p.agentQueue},
                scheduleNeighbours_),
+      missions(schedule, timer, presets, lists, {p.clipboard, p.clock, p.random}),
       coordinator(timer, presets, lists, monitor, p.catalog, p.clock, coordinatorNeighbours_),
       launchAtLogin(p.loginAgent, p.agentQueue, p.loop),
       lifecycle(timer, presets, lists, modules, coordinator, p.preferences, p.loop,

@@ -17,6 +17,7 @@
 #include "core/ModuleStore.h"
 #include "core/StoredSwitch.h"
 #include "core/TimerService.h"
+#include "schedule/MissionEditing.h"
 #include "schedule/ScheduleService.h"
 #include "sync/SyncBridge.h"
 
@@ -58,6 +59,7 @@ struct App {
   WebsiteBlockerService websites;
   FocusSessionCoordinator screens;
   ScheduleService schedule;
+  MissionEditing missions;
   SyncBridge sync;
   BlockingCoordinator coordinator;
   LaunchAtLogin launchAtLogin;

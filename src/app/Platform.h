@@ -6,6 +6,7 @@
 #include "ports/Applications.h"
 #include "ports/Authentication.h"
 #include "ports/BrowserControl.h"
+#include "ports/Clipboard.h"
 #include "ports/Clock.h"
 #include "ports/CoverPanels.h"
 #include "ports/Desktop.h"
@@ -42,6 +43,7 @@ struct Platform {
   Files& files;
   Notifications& notifications;
   Sounds& sounds;
+  Clipboard& clipboard;
   Log& log;
   StatusItem& statusItem;
   LaunchAgent& guardian;    // brings the program back when it is killed

@@ -40,6 +40,7 @@
 #include "platform/linux/ThemeSounds.h"
 #include "platform/linux/WorkerQueue.h"
 #include "platform/linux/X11Applications.h"
+#include "platform/linux/X11Clipboard.h"
 #include "platform/linux/X11CoverPanels.h"
 #include "platform/linux/X11Desktop.h"
 #include "shell/ControlClient.h"
@@ -79,6 +80,7 @@ class Resident {
         applications_(loop_, desktop_),
         notifications_(loop_, log_),
         sounds_(loop_, log_, local::shareFolder() + "/sounds"),
+        clipboard_(loop_),
         statusItem_(loop_),
         guardian_(AgentPlaces::current(local::residentProgram()), commandLine_),
         loginAgent_(AgentPlaces::current(local::residentProgram())),
@@ -88,7 +90,7 @@ class Resident {
         agentQueue_("keepalive"),
         app_(Platform{clock_, loop_, pageQueue_, scanQueue_, *preferences_, random_, desktop_,
                       link_, coverPanels_, applications_, installed_, catalog_, listeners_, files_,
-                      notifications_, sounds_, log_, statusItem_, guardian_, loginAgent_,
+                      notifications_, sounds_, clipboard_, log_, statusItem_, guardian_, loginAgent_,
                       scheduleAgent_, authentication_, agentQueue_,
                       std::string(resources::blockPage()), VELMORA_HOME_DOMAIN}),
         diagnostics_({catalog_, desktop_, link_, statusItem_,
@@ -173,6 +175,7 @@ class Resident {
   SystemFiles files_;
   DesktopNotifications notifications_;
   ThemeSounds sounds_;
+  X11Clipboard clipboard_;
   DesktopStatusItem statusItem_;
   CommandProcesses commandLine_;
   GuardianAgent guardian_;

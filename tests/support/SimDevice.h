@@ -5,6 +5,7 @@
 
 #include "app/App.h"
 #include "platform/sim/FakeApplications.h"
+#include "platform/sim/FakeClipboard.h"
 #include "platform/sim/FakeCoverPanels.h"
 #include "platform/sim/FakeDesktopShell.h"
 #include "platform/sim/FakeFiles.h"
@@ -45,7 +46,7 @@ struct SimDevice {
     panels = std::make_unique<FakeCoverPanels>(*loop);
     app = std::make_unique<App>(Platform{clock, *loop, *pageLane, *scanLane, preferences, random,
                                          *screen, *screen, *panels, *apps, installed, catalog,
-                                         listeners, files, notifications, sounds, log, statusItem,
+                                         listeners, files, notifications, sounds, clipboard, log, statusItem,
                                          guardian, loginAgent, scheduleAgent, authentication,
                                          *agentLane, "<html>the wall</html>", "velmora.invalid"});
   }
@@ -70,6 +71,7 @@ struct SimDevice {
   FakeFiles files;
   FakeNotifications notifications;
   FakeSounds sounds;
+  FakeClipboard clipboard;
   FakeLog log;
   FakeStatusItem statusItem;
   FakeLaunchAgent guardian;
