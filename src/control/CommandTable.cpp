@@ -5,6 +5,7 @@
 
 #include "base/Text.h"
 #include "control/DesktopCommands.h"
+#include "control/ScheduleCommands.h"
 #include "control/SettingsTable.h"
 #include "core/StoredSettings.h"
 
@@ -13,6 +14,7 @@ namespace {
 
 using Arguments = CommandTable::Arguments;
 using Environment = CommandTable::Environment;
+using commands::findPreset;
 using commands::hardRefusal;
 using commands::joined;
 using commands::jsonLine;
@@ -261,6 +263,7 @@ CommandResult setSetting(const Environment& e, const std::string& key, const std
     bool on = false;
     if (!parseSwitch(value, on)) return CommandResult::refused(key + " is true or false");
     e.app.uses24HourTime.set(on);
+    e.app.schedule.tick();  // its line about the next mission has a time
     return CommandResult::done();
   }
   for (const auto& setting : settingsTable()) {
@@ -378,15 +381,6 @@ CommandResult apps(const Environment& e, Arguments arguments) {
 }
 
 // --- presets and modules -------------------------------------------------------------------------
-
-// By name, letter case ignored, or by identity.
-const FocusPreset* findPreset(const Environment& e, std::string_view name) {
-  if (const auto id = Uuid::parse(name)) return e.app.presets.find(*id);
-  const std::string wanted = text::lowercased(text::trim(name));
-  for (const auto& preset : e.app.presets.presets.get())
-    if (text::lowercased(preset.name) == wanted) return &preset;
-  return nullptr;
-}
 
 CommandResult noPreset(std::string_view name) {
   return CommandResult::refused("No preset “" + std::string(name) + "”", "velmora presets");
@@ -565,6 +559,11 @@ const std::vector<CommandTable::Command>& CommandTable::commands() {
        commands::applications},
       {"presets", "list | add NAME | ...", "Sets of tools for Brak mode", presets},
       {"modules", "[list] | on|off NAME", "What is on beyond the timer", modules},
+      {"missions", "[list] | add|edit|remove|enable|disable ... | undo|redo",
+       "Sessions that start by themselves", commands::missions},
+      {"schedule", "[on|off] | mode simple|calendar | hard-routine on|off",
+       "Whether missions start, which planner's, and how hard", commands::schedule},
+      {"next", "", "The next mission", commands::next},
       {"install-browser-link", "", "Let the browsers on this machine reach Velmora",
        installBrowserLink},
       {"doctor", "[--json]", "What works on this desktop, and what to do about the rest", doctor},

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <optional>
 
+#include "base/Text.h"
 #include "control/SettingsTable.h"
 
 namespace velmora::commands {
@@ -42,6 +43,14 @@ std::string joined(const Arguments& words, size_t from) {
 
 bool takeFlag(Arguments& arguments, std::string_view flag) {
   return std::erase(arguments, flag) > 0;
+}
+
+const FocusPreset* findPreset(const Environment& e, std::string_view name) {
+  if (const auto id = Uuid::parse(name)) return e.app.presets.find(*id);
+  const std::string wanted = text::lowercased(text::trim(name));
+  for (const auto& preset : e.app.presets.presets.get())
+    if (text::lowercased(preset.name) == wanted) return &preset;
+  return nullptr;
 }
 
 CommandResult applications(const Environment& e, const Arguments& arguments) {

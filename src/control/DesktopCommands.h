@@ -18,6 +18,8 @@ std::string jsonLine(const json::Value& value);
 std::string joined(const Arguments& words, size_t from = 0);
 // Whether the flag was there; it is not afterwards.
 bool takeFlag(Arguments& arguments, std::string_view flag);
+// By name, letter case ignored, or by identity; null when there is none.
+const FocusPreset* findPreset(const Environment& e, std::string_view name);
 
 CommandResult applications(const Environment& e, const Arguments& arguments);
 CommandResult window(const Environment& e, const Arguments& arguments);

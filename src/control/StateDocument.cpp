@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Text.h"
+#include "control/MissionJson.h"
 
 namespace velmora {
 
@@ -188,6 +189,45 @@ Value StateDocument::tabs() const {
   return out;
 }
 
+Value StateDocument::missions(const App& app, ScheduleOperatingMode planner) {
+  const ScheduleService& s = app.schedule;
+  const bool isSimple = planner == ScheduleOperatingMode::simple;
+  const bool isInForce = planner == s.operatingMode.get();
+  const auto active = isInForce ? app.missions.activeEntry() : std::nullopt;
+  Value::Array out;
+  for (const auto& entry : app.missions.list(planner))
+    out.push_back(
+        missions::encode(entry, {.calendar = s.calendar(),
+                                 .uses24Hour = app.uses24HourTime.isOn.get(),
+                                 .overlaps = isSimple ? s.simpleOverlaps(entry) : s.overlaps(entry),
+                                 .isActive = entry.id == active}));
+  return out;
+}
+
+Value StateDocument::schedule() const {
+  const ScheduleService& s = app_.schedule;
+  const MissionEditing& editing = app_.missions;
+  const auto active = s.activeEntryID.get();
+  const auto name = [](const std::optional<std::string>& text) {
+    return text ? Value(*text) : Value();
+  };
+  return Object{
+      {"isEnabled", s.isEnabled.get()},
+      {"operatingMode", json::encode(s.operatingMode.get())},
+      {"hardRoutineEnabled", s.hardRoutineEnabled.get()},
+      {"isHardRoutineActive", s.isHardRoutineActive.get()},
+      {"isCurrentlyInBlock", s.isCurrentlyInBlock.get()},
+      {"activeEntryID", active ? Value(active->text()) : Value()},
+      {"next", s.nextBlockDescription.get()},
+      {"hasPass", s.hasPass()},
+      {"uses24Hour", app_.uses24HourTime.isOn.get()},
+      {"today", missions::dayText(ScheduleCalendarMath::day(editing.today(), s.calendar()))},
+      {"entries", missions(app_, ScheduleOperatingMode::calendar)},
+      {"simpleEntries", missions(app_, ScheduleOperatingMode::simple)},
+      {"undo", name(editing.undo.undoActionName())},
+      {"redo", name(editing.undo.redoActionName())}};
+}
+
 // What has to stand on the screen now.
 Value StateDocument::surfaces() const {
   const auto& screens = app_.screens;
@@ -242,6 +282,7 @@ Value StateDocument::whole() const {
   out.emplace_back("quickSites", std::move(quick));
   out.emplace_back("applicationsRevision",
                    static_cast<int64_t>(app_.appBlocker.installedRevision()));
+  out.emplace_back("schedule", schedule());
   out.emplace_back("surfaces", surfaces());
   out.emplace_back("menu", menu());
   out.emplace_back("desktop", desktop());
@@ -268,6 +309,10 @@ std::vector<Subscription> StateDocument::observe(std::function<void()> changed) 
      app_.lifecycle.guardianInstalled, app_.websites.status, app_.appBlocker.isBlocking,
      app_.appBlocker.installedApps,
      app_.launchAtLogin.isEnabled, app_.lifecycle.hasSeenWelcome.isOn, app_.uses24HourTime.isOn,
+     app_.schedule.isEnabled, app_.schedule.entries, app_.schedule.simpleEntries,
+     app_.schedule.operatingMode, app_.schedule.hardRoutineEnabled,
+     app_.schedule.nextBlockDescription, app_.schedule.isCurrentlyInBlock,
+     app_.schedule.isHardRoutineActive, app_.schedule.activeEntryID,
      app_.blockPage.state(), app_.engine.redirects(), links_.linkedRevision());
   return out;
 }

@@ -29,10 +29,12 @@ class StateDocument {
   static json::Value modules(const ModuleStore& modules);
   // "off", "blocklist" or "allowlist".
   static const char* appRule(const AppBlockerService& blocker);
+  static json::Value missions(const App& app, ScheduleOperatingMode planner);
 
  private:
   json::Value session() const;
   json::Value scheduled() const;
+  json::Value schedule() const;
   json::Value enforcement() const;
   json::Value browsers() const;
   json::Value sites() const;

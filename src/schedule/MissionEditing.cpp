@@ -21,7 +21,9 @@ struct Covering {
 // What the schedule would run: of those that cover the moment the first to start, then to end.
 std::optional<Covering> covering(const Entries& entries, Date now, const Calendar& calendar) {
   std::optional<Covering> best;
-  const auto minutes = [](const ScheduleEntry& e) { return std::pair(e.startMinutes, e.endMinutes); };
+  const auto minutes = [](const ScheduleEntry& e) {
+    return std::pair(e.startMinutes, e.endMinutes);
+  };
   const local_days day = ScheduleCalendarMath::day(now, calendar);
   for (const auto& entry : entries) {
     const auto span = entry.occurrence(day, calendar);

@@ -131,7 +131,9 @@ class MissionEditing {
     Entries entries;
     std::ptrdiff_t index = 0;
     ScheduleEntry& entry() { return entries[static_cast<size_t>(index)]; }
-    void insertBehind(ScheduleEntry e) { entries.insert(entries.begin() + index + 1, std::move(e)); }
+    void insertBehind(ScheduleEntry e) {
+      entries.insert(entries.begin() + index + 1, std::move(e));
+    }
     void remove() { entries.erase(entries.begin() + index); }
   };
   MissionResult<Place> open(ScheduleOperatingMode planner, const Uuid& id) const;

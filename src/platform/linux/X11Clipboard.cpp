@@ -51,8 +51,7 @@ class X11Clipboard::Impl {
   std::optional<std::string> read(std::string_view type) {
     const Deadline deadline = soon();
     if (!connect(deadline)) return own(type);
-    const auto question =
-        connection_->ask(xcb_get_selection_owner(raw(), names_[clipboard]));
+    const auto question = connection_->ask(xcb_get_selection_owner(raw(), names_[clipboard]));
     const auto wanted = intern(type, deadline);
     const auto reply = connection_->take<xcb_get_selection_owner_reply>(question);
     const xcb_window_t owner = reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
@@ -130,8 +129,8 @@ class X11Clipboard::Impl {
       connection_->pollEvents();
       if (holds()) return true;
       if (connection_->isBroken()) return false;
-      const auto left = std::chrono::ceil<std::chrono::milliseconds>(
-          deadline - X11Connection::Clock::now());
+      const auto left =
+          std::chrono::ceil<std::chrono::milliseconds>(deadline - X11Connection::Clock::now());
       pollfd socket{connection_->descriptor(), POLLIN, 0};
       if (left.count() <= 0 || poll(&socket, 1, static_cast<int>(left.count())) == 0) return false;
     }
@@ -214,7 +213,8 @@ class X11Clipboard::Impl {
       case XCB_SELECTION_REQUEST:
         serve(reinterpret_cast<const xcb_selection_request_event_t&>(event));
         break;
-      default: break;
+      default:
+        break;
     }
   }
 
