@@ -313,6 +313,8 @@ void ScheduleService::round() {
   } else {
     const Uuid id = activeScheduleEntries()[occurrence->index].id;
     const bool isLeftAlone = isStopped(id, now) && !hardRoutineEnabled.get();
+    // A mission that was put in front of the stopped one is over, and nothing takes its place.
+    if (isLeftAlone && timer_.isScheduledSessionActive.get()) endMission(true, now);
     if (isLeftAlone || isRunning(id, *occurrence))
       activeEntryID.setIfChanged(id);
     else

@@ -19,7 +19,9 @@ void FakePreferences::write(const Changes& changes) {
     else
       values_.erase(it);
   }
-  if (isChanged) ++writes_;
+  if (!isChanged) return;
+  ++writes_;
+  if (journal) journal->push_back(changes);
 }
 
 Uuid FakeRandom::uuid() {

@@ -49,6 +49,9 @@ class FakePreferences final : public Preferences {
     return {values_.begin(), values_.end()};
   }
   int64_t writes() const { return writes_; }
+  // While set, each write that changes something is kept there too, for one who wants to lose the
+  // last ones.
+  std::vector<Changes>* journal = nullptr;
 
  private:
   std::map<std::string, PreferenceValue, std::less<>> values_;
