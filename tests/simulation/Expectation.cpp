@@ -5,7 +5,9 @@
 
 namespace velmora::simulation {
 
-static int64_t whole(Seconds s) { return static_cast<int64_t>(std::floor(s.count())); }
+static int64_t whole(Seconds s) {
+  return static_cast<int64_t>(std::floor(s.count()));
+}
 
 const std::vector<Due>& Expectation::dueOn(Day day) const {
   if (day_ != day) {
@@ -65,10 +67,10 @@ void Expectation::tick(Date at) {
   const auto due = this->due(at);
   const bool hasTravelled = std::exchange(hasTravelled_, false);
   if (stopped) {
-    const bool lasts = due && stopped->day == due->day &&
-                       std::ranges::any_of(dueOn(due->day), [&](const Due& d) {
-                         return d.mission->id == stopped->id && d.covers(at);
-                       });
+    const bool lasts =
+        due && stopped->day == due->day && std::ranges::any_of(dueOn(due->day), [&](const Due& d) {
+          return d.mission->id == stopped->id && d.covers(at);
+        });
     if (!lasts) stopped.reset();
   }
   if (!due || (passUntil && at >= *passUntil)) passUntil.reset();

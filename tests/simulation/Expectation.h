@@ -14,7 +14,8 @@ namespace velmora::simulation {
 
 // What must be true of the program, worked out from what happened to it and from the rules alone.
 struct Expectation {
-  Expectation(WallTime w, const PomodoroSettings& settings) : wall(std::move(w)), session(settings) {}
+  Expectation(WallTime w, const PomodoroSettings& settings)
+      : wall(std::move(w)), session(settings) {}
 
   WallTime wall;
   bool isEnabled = false;

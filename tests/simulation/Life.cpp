@@ -20,19 +20,31 @@ constexpr std::array kZones{"UTC",           "Europe/Berlin",      "America/New_
                             "Pacific/Apia",  "Pacific/Kiritimati", "Atlantic/Azores",
                             "America/Havana"};
 // A little before the clocks change somewhere.
-constexpr std::array kSeasons{
-    std::chrono::year(2026) / 3 / 1,  std::chrono::year(2026) / 3 / 22, std::chrono::year(2026) / 4 / 1,
-    std::chrono::year(2026) / 8 / 30, std::chrono::year(2026) / 10 / 12, std::chrono::year(2027) / 3 / 7,
-    std::chrono::year(2027) / 10 / 25, std::chrono::year(2026) / 12 / 20};
+constexpr std::array kSeasons{std::chrono::year(2026) / 3 / 1,   std::chrono::year(2026) / 3 / 22,
+                              std::chrono::year(2026) / 4 / 1,   std::chrono::year(2026) / 8 / 30,
+                              std::chrono::year(2026) / 10 / 12, std::chrono::year(2027) / 3 / 7,
+                              std::chrono::year(2027) / 10 / 25, std::chrono::year(2026) / 12 / 20};
 
 constexpr size_t kEventsKept = 100;
 
-std::string show(bool value) { return value ? "true" : "false"; }
-std::string show(int64_t value) { return std::to_string(value); }
-std::string show(SessionType value) { return std::string(rawText(value)); }
-std::string show(Date value) { return std::to_string(value.secondsSinceUnixEpoch()); }
-std::string show(const Uuid& value) { return value.text(); }
-std::string show(const std::string& value) { return "“" + value + "”"; }
+std::string show(bool value) {
+  return value ? "true" : "false";
+}
+std::string show(int64_t value) {
+  return std::to_string(value);
+}
+std::string show(SessionType value) {
+  return std::string(rawText(value));
+}
+std::string show(Date value) {
+  return std::to_string(value.secondsSinceUnixEpoch());
+}
+std::string show(const Uuid& value) {
+  return value.text();
+}
+std::string show(const std::string& value) {
+  return "“" + value + "”";
+}
 template <class T>
 std::string show(const T&) {
   return "…";
@@ -66,8 +78,8 @@ Life::Life(uint64_t seed, const Plan& plan)
       kSeasons[static_cast<size_t>(pick(static_cast<int64_t>(kSeasons.size())))]);
   device_.clock.start = Date::sinceUnixEpoch(
       static_cast<double>(std::chrono::seconds(first.time_since_epoch()).count() + pick(86400)));
-  device_.clock.localZone = *Zone::named(kZones[static_cast<size_t>(
-      pick(static_cast<int64_t>(kZones.size())))]);
+  device_.clock.localZone =
+      *Zone::named(kZones[static_cast<size_t>(pick(static_cast<int64_t>(kZones.size())))]);
   for (int i = 0; i < 16; ++i) weights_.push_back(chance(0.25) ? 0 : 1 + double(pick(10)));
 
   // A first start prepares what the user has: lists, presets, missions.
@@ -99,7 +111,9 @@ int64_t Life::pick(int64_t below) {
   return below <= 1 ? 0 : static_cast<int64_t>(random_() % static_cast<uint64_t>(below));
 }
 
-bool Life::chance(double p) { return static_cast<double>(random_() >> 11) * 0x1p-53 < p; }
+bool Life::chance(double p) {
+  return static_cast<double>(random_() >> 11) * 0x1p-53 < p;
+}
 
 void Life::live() {
   const auto end = world_.sinceBoot() + sim::World::exactly(Seconds(plan_.days * 86400));

@@ -27,9 +27,9 @@ class Life {
  public:
   struct Plan {
     double days = 28;
-    int missions = 0;      // as many in each planner; 0: a few, as the seed has it
+    int missions = 0;       // as many in each planner; 0: a few, as the seed has it
     double eventful = 0.3;  // of the steps, how many come with an action
-    bool isCalm = false;   // no kills, clocks or journeys: what a year costs
+    bool isCalm = false;    // no kills, clocks or journeys: what a year costs
   };
   Life(uint64_t seed, const Plan& plan);
 
@@ -44,9 +44,9 @@ class Life {
     std::string name;
     std::function<void()> program;
     std::function<void(Expectation&)> rules;
-    bool ticks = false;     // the program answers at once
+    bool ticks = false;       // the program answers at once
     bool isOneWrite = false;  // the store may not hold a part of it
-    bool isTwo = false;     // really two things, with a state between them
+    bool isTwo = false;       // really two things, with a state between them
   };
 
   int64_t pick(int64_t below);

@@ -45,8 +45,7 @@ Mission Life::randomMission() {
   m.isBrak = chance(0.4);
   m.isPomodoro = chance(0.4);
   const auto& presets = app().presets.presets.get();
-  if (chance(0.6))
-    m.preset = chance(0.9) ? oneOf(presets).id : device_.random.uuid();
+  if (chance(0.6)) m.preset = chance(0.9) ? oneOf(presets).id : device_.random.uuid();
   m.sites = {{device_.random.uuid(), chance(0.5) ? "x.com" : "youtube.com"}};
   if (chance(0.3)) m.apps = {{device_.random.uuid(), "Player", "org.example.Player"}};
   return m;
@@ -127,8 +126,7 @@ Life::Action Life::editOfMissions() {
 }
 
 Life::Action Life::takeBack(bool again) {
-  return {again ? "redo" : "undo",
-          [this, again] { again ? undo_.redo() : undo_.undo(); },
+  return {again ? "redo" : "undo", [this, again] { again ? undo_.redo() : undo_.undo(); },
           [this, again](Expectation& e) {
             auto& from = again ? redoable_ : undoable_;
             if (from.empty()) return;
@@ -146,7 +144,8 @@ std::optional<Life::Action> Life::ofTheMission() {
     case 1: {
       const auto how = pick(3);
       if (!expected_.running) return {};
-      return Action{"stop by hand", [this, how] {
+      return Action{"stop by hand",
+                    [this, how] {
                       if (how == 0) app().timer.pause();
                       if (how == 1) app().timer.reset();
                       if (how == 2) app().timer.skipSession();
@@ -162,15 +161,18 @@ std::optional<Life::Action> Life::ofTheMission() {
     case 3: {
       const bool interrupts = chance(0.5);
       const bool simple = !expected_.isSimple;
-      return Action{"the other planner", [this, simple, interrupts] {
-                      app().schedule.changeOperatingMode(simple ? ScheduleOperatingMode::simple
-                                                                : ScheduleOperatingMode::calendar,
-                                                         interrupts);
+      return Action{"the other planner",
+                    [this, simple, interrupts] {
+                      app().schedule.changeOperatingMode(
+                          simple ? ScheduleOperatingMode::simple : ScheduleOperatingMode::calendar,
+                          interrupts);
                     },
                     [this, simple, interrupts](Expectation& e) {
                       e.changePlanner(simple, interrupts, now());
                     },
-                    true, false, expected_.running.has_value()};
+                    true,
+                    false,
+                    expected_.running.has_value()};
     }
     default: {
       const bool on = !expected_.isEnabled || chance(0.6);
@@ -196,7 +198,8 @@ std::optional<Life::Action> Life::ofTheUser() {
       s.autoStart = chance(0.5);
       s.isBrakModeEnabled = chance(0.5);
       s.isSoftBlocklistEnabled = chance(0.3);
-      return Action{"other settings", [this, s] {
+      return Action{"other settings",
+                    [this, s] {
                       savePomodoroSettings(device_.preferences, s);
                       app().timer.setSettings(s);
                     },
@@ -209,10 +212,10 @@ std::optional<Life::Action> Life::ofTheUser() {
                     [at](Expectation& e) { e.session.start(false, at()); }};
     case 3:
       if (!expected_.session.isGateUp) return {};
-      return Action{"choose a focus", [this] {
-                      app().screens.confirmFocusSelection(app().presets.presets.get().front(), "");
-                    },
-                    [at](Expectation& e) { e.session.confirm(at()); }};
+      return Action{
+          "choose a focus",
+          [this] { app().screens.confirmFocusSelection(app().presets.presets.get().front(), ""); },
+          [at](Expectation& e) { e.session.confirm(at()); }};
     case 4:
       if (isMission) return {};
       return Action{"pause", [&timer] { timer.pause(); },
@@ -231,7 +234,8 @@ std::optional<Life::Action> Life::ofTheUser() {
         return Action{"countdown paused", [&timer] { timer.pauseCountdown(); },
                       [at](Expectation& e) { e.session.pauseCountdown(at()); }};
       const int64_t seconds = 1 + pick(300);
-      return Action{"countdown", [&timer, seconds] {
+      return Action{"countdown",
+                    [&timer, seconds] {
                       timer.setCountdownDuration(seconds);
                       timer.startCountdown();
                     },
@@ -239,7 +243,9 @@ std::optional<Life::Action> Life::ofTheUser() {
                       e.session.setCountdown(seconds, at());
                       e.session.startCountdown(at());
                     },
-                    false, false, true};
+                    false,
+                    false,
+                    true};
     }
     default:
       return Action{"emergency pass", [&timer] { timer.useEmergencyPass(); },
@@ -250,8 +256,8 @@ std::optional<Life::Action> Life::ofTheUser() {
 // Nothing: a fault.
 std::optional<Life::Action> Life::randomAction() {
   enum { edits, takesBack, missions, user, faults, kinds };
-  std::array<double, kinds> weight{weights_[0] * 2, weights_[1] / 2, weights_[2] * 2, weights_[3] * 2,
-                                   plan_.isCalm ? 0 : weights_[4]};
+  std::array<double, kinds> weight{weights_[0] * 2, weights_[1] / 2, weights_[2] * 2,
+                                   weights_[3] * 2, plan_.isCalm ? 0 : weights_[4]};
   double sum = 1e-9;
   for (const double w : weight) sum += w;
   double at = static_cast<double>(random_() >> 11) * 0x1p-53 * sum;
@@ -274,8 +280,10 @@ std::optional<Life::Action> Life::randomAction() {
 void Life::fault() {
   const auto span = [this] {
     const auto scale = pick(4);
-    return static_cast<double>(1 + pick(scale == 0 ? 60 : scale == 1 ? 3600 : scale == 2 ? 86400
-                                                                                  : 4 * 86400));
+    return static_cast<double>(1 + pick(scale == 0   ? 60
+                                        : scale == 1 ? 3600
+                                        : scale == 2 ? 86400
+                                                     : 4 * 86400));
   };
   switch (pick(5)) {
     case 0: {
@@ -303,9 +311,9 @@ void Life::fault() {
       break;
     }
     case 3: {
-      static constexpr std::array kPlaces{"Europe/Berlin", "America/New_York", "Asia/Tokyo",
-                                          "Pacific/Apia", "Australia/Lord_Howe", "Asia/Beirut",
-                                          "Africa/Cairo", "America/Santiago", "UTC"};
+      static constexpr std::array kPlaces{"Europe/Berlin", "America/New_York",    "Asia/Tokyo",
+                                          "Pacific/Apia",  "Australia/Lord_Howe", "Asia/Beirut",
+                                          "Africa/Cairo",  "America/Santiago",    "UTC"};
       const auto* place = kPlaces[static_cast<size_t>(pick(kPlaces.size()))];
       const double hours = chance(0.5) ? static_cast<double>(pick(12)) : 0;
       note(std::string("travels to ") + place);

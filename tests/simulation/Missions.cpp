@@ -51,9 +51,8 @@ std::vector<Due> missionsOf(const Missions& missions, Day day, const WallTime& w
     const Due due{&mission, day, wall.first(day, mission.start), wall.first(day, mission.end)};
     if (due.start < due.end) out.push_back(due);
   }
-  std::ranges::stable_sort(out, {}, [](const Due& due) {
-    return std::tuple(due.mission->start, due.mission->end);
-  });
+  std::ranges::stable_sort(
+      out, {}, [](const Due& due) { return std::tuple(due.mission->start, due.mission->end); });
   return out;
 }
 

@@ -5,7 +5,9 @@
 
 namespace velmora::simulation {
 
-static int64_t whole(double seconds) { return static_cast<int64_t>(std::trunc(seconds)); }
+static int64_t whole(double seconds) {
+  return static_cast<int64_t>(std::trunc(seconds));
+}
 
 void Session::save(double at) {
   if (!saved_) saved_.emplace();
@@ -74,7 +76,9 @@ void Session::reset(double at) {
   save(at);
 }
 
-void Session::skip(double at) { complete(at); }
+void Session::skip(double at) {
+  complete(at);
+}
 
 void Session::switchTo(SessionType type) {
   if (now.isRunning) return;

@@ -84,9 +84,9 @@ class Session {
   void completeCountdown(double at);
   void loseContext() { hasContext = false; }
 
-  std::vector<Ticking> ticking_;  // the oldest first, since that one ticks first
+  std::vector<Ticking> ticking_;   // the oldest first, since that one ticks first
   std::optional<bool> autoStart_;  // on which half
-  bool onWhole_ = false;  // the half that is being lived through
+  bool onWhole_ = false;           // the half that is being lived through
   bool resumesClock_ = false, resumesCountdown_ = false;
   struct Saved {
     Fields fields;
