@@ -222,8 +222,12 @@ std::optional<Life::Action> Life::ofTheUser() {
                     [at](Expectation& e) { e.session.pause(at()); }};
     case 5:
       if (isMission) return {};
-      return Action{"reset", [&timer] { timer.reset(); },
-                    [at](Expectation& e) { e.session.reset(at()); }};
+      return Action{"reset",
+                    [&timer] { timer.reset(); },
+                    [at](Expectation& e) { e.session.reset(at()); },
+                    false,
+                    false,
+                    true};
     case 6:
       if (isMission) return {};
       return Action{"skip", [&timer] { timer.skipSession(); },
