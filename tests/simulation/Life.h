@@ -67,6 +67,7 @@ class Life {
   Action takeBack(bool again);
   std::optional<Action> ofTheMission();
   std::optional<Action> ofTheUser();
+  void editAsTheWindowsDo();
   void fault();
 
   void perform(Action action);

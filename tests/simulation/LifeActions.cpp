@@ -257,11 +257,11 @@ std::optional<Life::Action> Life::ofTheUser() {
   }
 }
 
-// Nothing: a fault.
+// Nothing: a fault, or an edit by the windows' road.
 std::optional<Life::Action> Life::randomAction() {
   enum { edits, takesBack, missions, user, faults, kinds };
   std::array<double, kinds> weight{weights_[0] * 2, weights_[1] / 2, weights_[2] * 2,
-                                   weights_[3] * 2, plan_.isCalm ? 0 : weights_[4]};
+                                   weights_[3] * 2, weights_[4]};
   double sum = 1e-9;
   for (const double w : weight) sum += w;
   double at = static_cast<double>(random_() >> 11) * 0x1p-53 * sum;
@@ -274,9 +274,8 @@ std::optional<Life::Action> Life::randomAction() {
     if (kind == takesBack) action = takeBack(chance(0.4));
     if (kind == missions) action = ofTheMission();
     if (kind == user) action = ofTheUser();
-    if (kind == faults && !plan_.isCalm) return {};
+    if (kind == faults) return {};
     if (action) return action;
-    if (kind == faults) kind = edits;
   }
   return editOfMissions();
 }
