@@ -45,9 +45,14 @@ std::string show(const Uuid& value) {
 std::string show(const std::string& value) {
   return "“" + value + "”";
 }
-template <class T>
-std::string show(const T&) {
-  return "…";
+std::string show(const SiteBlockEngine::FocusRule& rule) {
+  std::string text = rule.index() == 0 ? "off" : rule.index() == 1 ? "all but" : "only";
+  const auto add = [&text](const DomainSet& domains) {
+    for (const auto& domain : domains) text += " " + domain;
+  };
+  if (const auto* list = std::get_if<SiteBlockEngine::Blocklist>(&rule)) add(list->domains);
+  if (const auto* list = std::get_if<SiteBlockEngine::Allowlist>(&rule)) add(list->domains);
+  return text;
 }
 template <class T>
 std::string show(const std::optional<T>& value) {
