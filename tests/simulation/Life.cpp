@@ -189,6 +189,7 @@ void Life::perform(Action action) {
   action.rules(expected_);
   world_.settle();
   check(action.ticks);
+  if (const auto wrong = storedDiffers(expected_)) fail(*wrong);
   second();
 }
 

@@ -112,12 +112,15 @@ Life::Action Life::editOfMissions() {
   }
   const auto list = entries(missions, expected_.wall);
   return {name,
-          [this, simple, list, old = expected_.lists[simple ? 1 : 0], missions] {
+          [this, simple, list, old = expected_.lists[simple ? 1 : 0]] {
+            auto& schedule = app().schedule;
+            // Equal to the last order of days cut out: then it is no step.
+            const bool isStep = (simple ? schedule.simpleEntries : schedule.entries).get() != list;
             if (simple)
-              app().schedule.replaceSimpleEntries(list, &undo_, "Edit");
+              schedule.replaceSimpleEntries(list, &undo_, "Edit");
             else
-              app().schedule.replaceEntries(list, &undo_, "Edit");
-            if (old == missions) return;
+              schedule.replaceEntries(list, &undo_, "Edit");
+            if (!isStep) return;
             undoable_.emplace_back(simple, old);
             redoable_.clear();
           },
