@@ -565,7 +565,7 @@ const std::vector<CommandTable::Command>& CommandTable::commands() {
        commands::applications},
       {"presets", "list | add NAME | ...", "Sets of tools for Brak mode", presets},
       {"modules", "[list] | on|off NAME", "What is on beyond the timer", modules},
-      {"install-browser-link", "", "Let the browsers on this machine reach Velmora",
+      {"install-browser-link", "[--json]", "Let the browsers on this machine reach Velmora",
        installBrowserLink},
       {"doctor", "[--json]", "What works on this desktop, and what to do about the rest", doctor},
       {"window", "show|hide", "The main window", commands::window},

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import Velmora
 
 // Links the browsers of this computer, and shows what only the user can do.
@@ -7,6 +6,9 @@ SettingRow {
     id: row
 
     required property var shell
+    property alias button: button
+    // The steps have been read.
+    signal done()
 
     title: "Link your browser"
     text: "Lets Velmora see which sites are open and send them to the wall."
@@ -18,27 +20,16 @@ SettingRow {
         kind: (Velmora.state.browsers ?? []).length > 0 ? NeonButton.Quiet : NeonButton.Primary
         onClicked: {
             enabled = false
-            row.shell.ask("install-browser-link", [], result => {
+            row.shell.ask("install-browser-link", ["--json"], result => {
                 enabled = true
-                if (result.status !== 0) return
-                steps.text = result.output.trim()
-                    || "Add the extension to your browser, and it is linked."
-                steps.open()
+                try {
+                    steps.rows = JSON.parse(result.output || "[]")
+                } catch (error) {
+                    steps.rows = []
+                }
+                if (steps.rows.length > 0) steps.open()
             })
         }
     }
-    NeonDialog {
-        id: steps
-        implicitWidth: 560
-        title: "One step is left in the browser"
-        actions: [
-            Item { Layout.fillWidth: true },
-            NeonButton {
-                focus: true
-                text: "Done"
-                kind: NeonButton.Primary
-                onClicked: steps.close()
-            }
-        ]
-    }
+    LinkSteps { id: steps; onClosed: row.done() }
 }

@@ -17,6 +17,8 @@ FocusScope {
     readonly property string kept: known.some(tab => tab.shown && tab.name === page) ? "" : page
     readonly property var tabs: known.filter(tab => tab.shown || tab.name === kept)
         .map(tab => ({ value: tab.name, text: tab.title, symbol: tab.name }))
+    // The first run's welcome stands before everything, and nothing behind it can be reached.
+    readonly property bool greets: Velmora.state.desktop?.welcomed === false && ready
     readonly property bool listsPages: Velmora.state.desktop?.sidebar ?? true
 
     function fold() { ask("sidebar", [listsPages ? "off" : "on"]) }
@@ -39,6 +41,7 @@ FocusScope {
 
     Rectangle {
         id: side
+        enabled: !main.greets
         width: main.listsPages ? 200 : 52
         height: parent.height
         color: main.listsPages ? NeonTheme.faded(NeonTheme.sunken, 0.72) : "transparent"
@@ -91,6 +94,7 @@ FocusScope {
 
     Loader {
         id: pages
+        enabled: !main.greets
         anchors { left: side.right; top: parent.top; bottom: parent.bottom; right: parent.right }
         active: main.ready
         focus: true
@@ -136,7 +140,7 @@ FocusScope {
 
     Loader {
         anchors.fill: parent
-        active: Velmora.state.desktop?.welcomed === false && main.ready
+        active: main.greets
         focus: active
         onActiveChanged: if (!active) pages.forceActiveFocus()
         sourceComponent: Welcome { shell: main }
@@ -150,7 +154,8 @@ FocusScope {
         anchors {
             horizontalCenter: parent.horizontalCenter
             bottom: parent.bottom
-            bottomMargin: 24
+            // Off the pass, the way out that a refusal points to.
+            bottomMargin: main.page === "focus" && Velmora.state.session?.hardcore ? 80 : 24
         }
     }
 
@@ -162,16 +167,19 @@ FocusScope {
             required property int index
             Shortcut {
                 sequence: "Ctrl+" + (place.index + 1)
+                enabled: !main.greets
                 onActivated: main.go(place.modelData.value)
             }
         }
     }
     Shortcut {
         sequences: ["F9"]
+        enabled: !main.greets
         onActivated: main.fold()
     }
     Shortcut {
         sequences: ["Ctrl+,"]
+        enabled: !main.greets
         onActivated: main.go("settings")
     }
 }
