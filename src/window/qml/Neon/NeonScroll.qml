@@ -46,6 +46,7 @@ Flickable {
         padding: 2
         minimumSize: 0.08
         visible: size < 1
+        Accessible.name: "Scroll"
         contentItem: Rectangle {
             implicitWidth: 6
             radius: 3

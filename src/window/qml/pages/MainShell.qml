@@ -41,7 +41,7 @@ FocusScope {
 
     Rectangle {
         id: side
-        enabled: !main.greets
+        visible: !main.greets
         width: main.listsPages ? 200 : 52
         height: parent.height
         color: main.listsPages ? NeonTheme.faded(NeonTheme.sunken, 0.72) : "transparent"
@@ -94,7 +94,7 @@ FocusScope {
 
     Loader {
         id: pages
-        enabled: !main.greets
+        visible: !main.greets
         anchors { left: side.right; top: parent.top; bottom: parent.bottom; right: parent.right }
         active: main.ready
         focus: true
@@ -142,7 +142,7 @@ FocusScope {
         anchors.fill: parent
         active: main.greets
         focus: active
-        onActiveChanged: if (!active) pages.forceActiveFocus()
+        onActiveChanged: if (!active) Qt.callLater(() => pages.forceActiveFocus())
         sourceComponent: Welcome { shell: main }
     }
 
