@@ -150,6 +150,13 @@ class Window:
         """Moves the pointer to a place in the window, in its own pixels."""
         self._xdotool("mousemove", "--window", self.id, str(x), str(y), *(["click", "1"] if click else []))
 
+    def carry(self, x, y, to_y):
+        """Drags what lies at a place in the window up or down."""
+        for words in (("mousemove", x, y), ("mousedown", 1), *(("mousemove", x, y + (to_y - y) * i // 8) for i in range(1, 9)),
+                      ("mouseup", 1)):
+            window = ("--window", self.id) if words[0] == "mousemove" else ()
+            self._xdotool(words[0], *window, *map(str, words[1:]))
+
     def whole_screen(self):
         self.id = "root"
 

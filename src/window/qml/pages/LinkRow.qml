@@ -15,13 +15,16 @@ SettingRow {
 
     NeonButton {
         id: button
+        // An answer is being waited for. A disabled button would lose the keyboard.
+        property bool busy: false
         text: "Link browsers"
         symbol: "link"
         kind: (Velmora.state.browsers ?? []).length > 0 ? NeonButton.Quiet : NeonButton.Primary
         onClicked: {
-            enabled = false
+            if (busy) return
+            busy = true
             row.shell.ask("install-browser-link", ["--json"], result => {
-                enabled = true
+                busy = false
                 try {
                     steps.rows = JSON.parse(result.output || "[]")
                 } catch (error) {

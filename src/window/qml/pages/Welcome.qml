@@ -133,7 +133,7 @@ FocusScope {
                 }
                 LinkRow {
                     Component.onCompleted: button.focus = true
-                    onDone: if (welcome.linked) next.forceActiveFocus()
+                    onDone: (welcome.linked ? next : button).forceActiveFocus()
                     visible: !welcome.linked
                     width: parent.width
                     shell: welcome.shell
