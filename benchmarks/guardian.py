@@ -20,7 +20,7 @@ RUNS = int(sys.argv[1]) if len(sys.argv) > 1 else 50
 
 def main():
     leave_network()
-    from test_lifecycle import CADENCE, Guardian, eventually, processes
+    from test_lifecycle import CADENCE, Guardian, eventually
     bench = Guardian()
     times = []
     try:
@@ -30,7 +30,7 @@ def main():
         for _ in range(RUNS):
             time.sleep(random.uniform(0.5, 5))
             began = time.monotonic()
-            os.kill(processes(bench.velmora, "--background")[0], signal.SIGKILL)
+            os.kill(bench.velmora.processes("--background")[0], signal.SIGKILL)
             assert eventually(bench.is_blocking, 60, 0.01), "it does not come back"
             times.append(time.monotonic() - began)
     finally:

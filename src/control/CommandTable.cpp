@@ -564,7 +564,7 @@ const std::vector<CommandTable::Command>& CommandTable::commands() {
       {"schedule", "[on|off] | mode simple|calendar | hard-routine on|off",
        "Whether missions start, which planner's, and how hard", commands::schedule},
       {"next", "", "The next mission", commands::next},
-      {"install-browser-link", "", "Let the browsers on this machine reach Velmora",
+      {"install-browser-link", "[--json]", "Let the browsers on this machine reach Velmora",
        installBrowserLink},
       {"doctor", "[--json]", "What works on this desktop, and what to do about the rest", doctor},
       {"window", "show|hide", "The main window", commands::window},

@@ -56,24 +56,76 @@ const char* typeName(const PreferenceValue& value) {
   return kNames[value.data.index()];
 }
 
-void adviseChromium(std::string& out, const std::string& extension) {
-  out +=
-      "    Open chrome://extensions, switch on “Developer mode”, choose “Load unpacked” and\n"
-      "    pick " +
-      extension +
-      "\n"
-      "    For private windows: the extension's “Details”, “Allow in Incognito”.\n";
+constexpr const char* kSandboxed =
+    " can't start Velmora's link. Install the browser as an ordinary package to have its tabs "
+    "blocked.";
+
+// What is left to the user; `what` is to be typed, or copied, as it is.
+struct Step {
+  std::string text;
+  std::string what;
+};
+using Steps = std::vector<Step>;
+
+Steps stepsInChromium() {
+  return {{"Open the page of the extensions", "chrome://extensions"},
+          {"Switch on “Developer mode”, choose “Load unpacked” and pick this folder",
+           shareFolder() + "/extension"},
+          {"For private windows: the extension's “Details”, “Allow in Incognito”", {}}};
 }
 
-void adviseFirefox(std::string& out, const std::string& package) {
-  out +=
-      "    Firefox ESR: in about:config set xpinstall.signatures.required to false, then open\n"
-      "    " +
-      package +
-      "\n"
-      "    Other Firefox builds accept only signed add-ons: about:debugging, “This Firefox”,\n"
-      "    “Load Temporary Add-on” with the same file, at every start of the browser.\n"
-      "    For private windows: about:addons, Velmora, “Run in Private Windows”.\n";
+Steps stepsInFirefox(Packaging packaging) {
+  Steps steps{{"Firefox ESR: open about:config and set this to false",
+               "xpinstall.signatures.required"},
+              {"Then open this file", shareFolder() + "/velmora-browser-link.xpi"},
+              {"Other Firefox builds accept only signed add-ons: about:debugging, “This Firefox”, "
+               "“Load Temporary Add-on” with the same file, at every start of the browser",
+               {}},
+              {"For private windows: about:addons, Velmora, “Run in Private Windows”", {}}};
+  if (packaging == Packaging::snap)
+    steps.insert(steps.begin(),
+                 {"This is a snap: Firefox asks once whether Velmora may be started; say yes", {}});
+  return steps;
+}
+
+// How far the link of a browser got that was found.
+struct Linked {
+  enum class Outcome { ready, barred, failed };
+  BrowserInstallation browser;
+  Outcome outcome;
+  std::string text;
+  Steps steps;
+};
+
+Linked linkOne(const BrowserInstallations& browsers, const BrowserInstallation& browser) {
+  if (browser.packaging == Packaging::flatpak ||
+      (browser.packaging == Packaging::snap && browser.kind == Kind::chromium)) {
+    const std::string kind = browser.packaging == Packaging::snap ? "snap" : "flatpak";
+    return {browser, Linked::Outcome::barred, "The sandbox of a " + kind + kSandboxed, {}};
+  }
+  std::string error;
+  if (!browsers.link(browser, error)) return {browser, Linked::Outcome::failed, error, {}};
+  return {browser, Linked::Outcome::ready, browser.manifestPath(),
+          browser.kind == Kind::chromium ? stepsInChromium() : stepsInFirefox(browser.packaging)};
+}
+
+std::string textOf(const Linked& row) {
+  static constexpr const char* kMarks[] = {"✓", "!", "✗"};
+  std::string out = kMarks[static_cast<size_t>(row.outcome)] + (" " + row.browser.name) + ": " + row.text + "\n";
+  for (const auto& step : row.steps)
+    out += "    " + step.text + (step.what.empty() ? "" : ":\n      " + step.what) + "\n";
+  return out;
+}
+
+json::Value jsonOf(const Linked& row) {
+  json::Value::Array steps;
+  for (const auto& [text, what] : row.steps)
+    steps.push_back(json::Value::Object{{"text", text}, {"what", what}});
+  return json::Value::Object{{"id", row.browser.bundleID},
+                             {"name", row.browser.name},
+                             {"ready", row.outcome == Linked::Outcome::ready},
+                             {"text", row.text},
+                             {"steps", std::move(steps)}};
 }
 
 }  // namespace
@@ -117,37 +169,23 @@ CommandResult prefs(const std::vector<std::string>& arguments) {
 }
 
 CommandResult installBrowserLink(const std::vector<std::string>& arguments) {
-  if (!arguments.empty()) return CommandResult::misused("install-browser-link");
+  const bool asJson = arguments == std::vector<std::string>{"--json"};
+  if (!arguments.empty() && !asJson) return CommandResult::misused("install-browser-link [--json]");
   const std::string host = programFolder() + "/velmora-browser-host";
   const BrowserInstallations browsers(BrowserInstallations::Environment::current(), host);
-  std::string out;
-  bool failed = false;
   const auto found = browsers.find();
   if (found.empty()) return CommandResult::refused("No browser that can be linked was found");
+  std::string text;
+  json::Value::Array rows;
+  bool failed = false;
   for (const auto& browser : found) {
-    std::string error;
-    if (browser.packaging == Packaging::flatpak ||
-        (browser.packaging == Packaging::snap && browser.kind == Kind::chromium)) {
-      out += "! " + browser.name + " (" +
-             (browser.packaging == Packaging::snap ? "snap" : "flatpak") +
-             "): its sandbox cannot start Velmora's link. Install the browser as an ordinary "
-             "package to have its tabs blocked.\n";
-      continue;
-    }
-    if (!browsers.link(browser, error)) {
-      failed = true;
-      out += "✗ " + browser.name + ": " + error + "\n";
-      continue;
-    }
-    out += "✓ " + browser.name + ": " + browser.manifestPath() + "\n";
-    if (browser.packaging == Packaging::snap)
-      out += "    This is a snap: Firefox asks once whether Velmora may be started; say yes.\n";
-    if (browser.kind == Kind::chromium)
-      adviseChromium(out, shareFolder() + "/extension");
-    else
-      adviseFirefox(out, shareFolder() + "/velmora-browser-link.xpi");
+    const Linked row = linkOne(browsers, browser);
+    failed = failed || row.outcome == Linked::Outcome::failed;
+    text += textOf(row);
+    rows.push_back(jsonOf(row));
   }
-  return {failed ? 1 : 0, out, failed ? "some browsers could not be linked" : ""};
+  return {failed ? 1 : 0, asJson ? json::dump(rows) + "\n" : text,
+          failed ? "some browsers could not be linked" : ""};
 }
 
 CommandResult installDesktop(const std::vector<std::string>& arguments) {

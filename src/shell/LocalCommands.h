@@ -12,7 +12,8 @@ namespace local {
 
 // prefs read KEY | prefs dump [--json]
 CommandResult prefs(const std::vector<std::string>& arguments);
-// Lets every browser that is found reach our native messaging host.
+// install-browser-link [--json]: lets every browser that is found reach our native messaging host,
+// and tells what is left to the user.
 CommandResult installBrowserLink(const std::vector<std::string>& arguments);
 // Puts the program into the desktop's list of applications, for this user.
 CommandResult installDesktop(const std::vector<std::string>& arguments);

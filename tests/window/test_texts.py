@@ -1,5 +1,6 @@
 """The words of the main window, read from its running views, and the keyboard that reaches them."""
 
+import json
 import os
 import sys
 import unittest
@@ -11,6 +12,7 @@ from window import MODULES, Window, changed, idle, running, tabs
 
 PASS = (410, 674)  # where its button stands
 PHASE = (400, 536)  # where the picker does
+ROWS = (800, 290, 390)  # where the first and the last preset stand
 LOCKED = "Can't change mode while session is running"
 HARDCORE = "HARDCORE — STAY FOCUSED"
 NO_RULES = ("No rule extensions enabled",
@@ -74,6 +76,44 @@ class MainWindow(unittest.TestCase):
                 self.assert_hides(window, control)
         window.show(changed(running(hard=True), emergencyPass={"available": False}))
         self.assert_shows(window, "Used this week", "Emergency pass already used this week")
+
+    def test_the_welcome_is_all_there_is_and_enter_leads_on(self):
+        rows = [{"id": "org.chromium.Chromium", "name": "Chromium", "ready": True, "text": "",
+                 "steps": [{"text": "Pick this folder", "what": "share/extension"}]}]
+        first = changed(idle(), desktop={"welcomed": False}, answers={"install-browser-link": json.dumps(rows)})
+        window = self.window({**first, "browsers": []})
+        self.assert_shows(window, "Link your browser")
+        self.assert_hides(window, "Pomodoro")  # no key and no reader gets behind it
+        window.press("Return")
+        self.assert_shows(window, "Pick this folder", "share/extension")
+        window.press("Tab", "Tab")  # to the button that copies
+        window.show(first)
+        self.assert_shows(window, "Linked")
+        self.assert_hides(window, "share/extension")
+        window.press("Escape")
+        self.assertTrue(eventually(lambda: "Done" not in window.visible()))
+        window.press("Return")
+        self.assert_shows(window, "Pick a mode")
+        window.show(changed(first, session={"mode": "soft"}))
+        window.press("Return")
+        self.assert_shows(window, "Your first session", "Hacker News")
+        window.press("Return")
+        self.assertTrue(eventually(lambda: "start\nwelcome done" in window.said()), window.said())
+
+    def test_a_preset_is_carried_to_another_place(self):
+        window = self.window(idle())
+        self.assert_shows(window, "Deep Work")
+        window.resize(1000, 720)
+        x, first, last = ROWS
+        window.carry(x, first, last)
+        self.assertTrue(eventually(lambda: "presets move preset-0 preset-2" in window.said()), window.said())
+        self.assert_hides(window, "Allowed sites")  # and not opened
+        window.point(x, first, click=True)
+        self.assert_shows(window, "Allowed sites")
+        window.press("Escape")
+        self.assertTrue(eventually(lambda: "Allowed sites" not in window.visible()))
+        window.press("Return")  # the row has the keyboard again
+        self.assert_shows(window, "Allowed sites")
 
     def test_settings(self):
         window = self.window(idle())

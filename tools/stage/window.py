@@ -190,6 +190,10 @@ class Window:
         """Waits for such a command and gives the newest."""
         return eventually(lambda: self.commands(*beginning), 10, 0.05)[-1]
 
+    def carry(self, x, y, to_y):
+        """Drags what lies at a place in the window up or down."""
+        self.drag((x, y), *((x, y + (to_y - y) * i // 8) for i in range(1, 9)))
+
     def whole_screen(self):
         self.id = "root"
 

@@ -3,7 +3,7 @@ import QtQuick.Templates as T
 import Velmora
 
 // One of a few large choices: a drawing, a word and a line.
-T.Button {
+T.RadioButton {
     id: choice
 
     property string symbol: ""
@@ -12,10 +12,11 @@ T.Button {
 
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.RadioButton
+    autoExclusive: false
+    checked: chosen
+    onToggled: checked = Qt.binding(() => chosen)
     Accessible.name: text
     Accessible.description: detail
-    Accessible.checked: chosen
     Keys.onReturnPressed: clicked()
 
     contentItem: Item {

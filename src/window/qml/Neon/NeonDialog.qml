@@ -11,6 +11,8 @@ T.Popup {
     property string title: ""
     property string text: ""
     default property alias content: body.data
+    // What had the keyboard before, and gets it back unless something else has it by then.
+    property Item before: null
     property alias actions: foot.data
 
     parent: T.Overlay.overlay
@@ -23,6 +25,13 @@ T.Popup {
     focus: true
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
     font.family: NeonTheme.family
+
+    onAboutToShow: before = parent.Window.activeFocusItem
+    onClosed: {
+        const now = parent?.Window.activeFocusItem ?? null
+        if (before?.visible && (!now || now === parent.Window.contentItem))
+            before.forceActiveFocus(Qt.PopupFocusReason)
+    }
 
     T.Overlay.modal: Rectangle { color: NeonTheme.faded(NeonTheme.night, 0.72) }
 

@@ -17,6 +17,8 @@ T.ItemDelegate {
     property bool opens: false
     // Fainter: listed, but not in force.
     property bool dimmed: false
+    // In the pointer's hand, above the others.
+    property bool lifted: false
     default property alias trailing: end.data
 
     implicitWidth: 240
@@ -83,7 +85,9 @@ T.ItemDelegate {
     }
     background: Rectangle {
         radius: NeonTheme.radiusSmall
-        color: control.down && control.opens ? NeonTheme.pressed
+        border { width: control.lifted ? 1 : 0; color: NeonTheme.lineStrong }
+        color: control.lifted ? NeonTheme.raised
+             : control.down && control.opens ? NeonTheme.pressed
              : control.hovered ? NeonTheme.hover : "transparent"
         NeonFocusRing { visible: control.visualFocus }
     }

@@ -10,6 +10,7 @@ T.ScrollBar {
     padding: 2
     minimumSize: 0.08
     visible: size < 1
+    Accessible.name: "Scroll"
     contentItem: Rectangle {
         implicitWidth: 6
         radius: 3

@@ -37,7 +37,7 @@ T.Control {
             id: buttons
             model: control.options
 
-            T.Button {
+            T.RadioButton {
                 id: segment
                 required property var modelData
                 required property int index
@@ -58,11 +58,11 @@ T.Control {
                 hoverEnabled: true
                 focusPolicy: Qt.StrongFocus
                 activeFocusOnTab: current
+                autoExclusive: false
                 checked: current
+                onToggled: checked = Qt.binding(() => current)
                 text: modelData.text
-                Accessible.role: Accessible.RadioButton
                 Accessible.name: text
-                Accessible.checked: current
                 Keys.onLeftPressed: step(-1)
                 Keys.onRightPressed: step(1)
                 onClicked: control.chosen(modelData.value)

@@ -3,7 +3,7 @@ import QtQuick.Templates as T
 import Velmora
 
 // A colour to choose; `value` is 0xRRGGBB.
-T.Button {
+T.RadioButton {
     id: swatch
 
     property int value: 0
@@ -13,9 +13,10 @@ T.Button {
     implicitHeight: 26
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.RadioButton
+    autoExclusive: false
+    checked: chosen
+    onToggled: checked = Qt.binding(() => chosen)
     Accessible.name: text
-    Accessible.checked: chosen
     Keys.onReturnPressed: clicked()
 
     background: Item {

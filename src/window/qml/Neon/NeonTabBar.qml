@@ -26,7 +26,7 @@ FocusScope {
             id: rows
             model: bar.tabs
 
-            T.Button {
+            T.TabButton {
                 id: tab
                 required property var modelData
                 required property int index
@@ -45,7 +45,7 @@ FocusScope {
                 focusPolicy: Qt.StrongFocus
                 activeFocusOnTab: here
                 text: modelData.text
-                Accessible.role: Accessible.PageTab
+                checkable: false
                 Accessible.name: text
                 Accessible.selected: here
                 Keys.onUpPressed: step(-1)

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import Velmora
 
 // Links the browsers of this computer, and shows what only the user can do.
@@ -7,38 +6,33 @@ SettingRow {
     id: row
 
     required property var shell
+    property alias button: button
+    // The steps have been read.
+    signal done()
 
     title: "Link your browser"
     text: "Lets Velmora see which sites are open and send them to the wall."
 
     NeonButton {
         id: button
+        // An answer is being waited for. A disabled button would lose the keyboard.
+        property bool busy: false
         text: "Link browsers"
         symbol: "link"
         kind: (Velmora.state.browsers ?? []).length > 0 ? NeonButton.Quiet : NeonButton.Primary
         onClicked: {
-            enabled = false
-            row.shell.ask("install-browser-link", [], result => {
-                enabled = true
-                if (result.status !== 0) return
-                steps.text = result.output.trim()
-                    || "Add the extension to your browser, and it is linked."
-                steps.open()
+            if (busy) return
+            busy = true
+            row.shell.ask("install-browser-link", ["--json"], result => {
+                busy = false
+                try {
+                    steps.rows = JSON.parse(result.output || "[]")
+                } catch (error) {
+                    steps.rows = []
+                }
+                if (steps.rows.length > 0) steps.open()
             })
         }
     }
-    NeonDialog {
-        id: steps
-        implicitWidth: 560
-        title: "One step is left in the browser"
-        actions: [
-            Item { Layout.fillWidth: true },
-            NeonButton {
-                focus: true
-                text: "Done"
-                kind: NeonButton.Primary
-                onClicked: steps.close()
-            }
-        ]
-    }
+    LinkSteps { id: steps; onClosed: row.done() }
 }

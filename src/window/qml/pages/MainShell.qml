@@ -18,6 +18,8 @@ FocusScope {
     readonly property string kept: known.some(tab => tab.shown && tab.name === page) ? "" : page
     readonly property var tabs: known.filter(tab => tab.shown || tab.name === kept)
         .map(tab => ({ value: tab.name, text: tab.title, symbol: tab.name }))
+    // The first run's welcome stands before everything, and nothing behind it can be reached.
+    readonly property bool greets: Velmora.state.desktop?.welcomed === false && ready
     readonly property bool listsPages: Velmora.state.desktop?.sidebar ?? true
 
     function fold() { ask("sidebar", [listsPages ? "off" : "on"]) }
@@ -40,6 +42,7 @@ FocusScope {
 
     Rectangle {
         id: side
+        visible: !main.greets
         width: main.listsPages ? 200 : 52
         height: parent.height
         color: main.listsPages ? NeonTheme.faded(NeonTheme.sunken, 0.72) : "transparent"
@@ -92,6 +95,7 @@ FocusScope {
 
     Loader {
         id: pages
+        visible: !main.greets
         anchors { left: side.right; top: parent.top; bottom: parent.bottom; right: parent.right }
         active: main.ready
         focus: true
@@ -138,9 +142,9 @@ FocusScope {
 
     Loader {
         anchors.fill: parent
-        active: Velmora.state.desktop?.welcomed === false && main.ready
+        active: main.greets
         focus: active
-        onActiveChanged: if (!active) pages.forceActiveFocus()
+        onActiveChanged: if (!active) Qt.callLater(() => pages.forceActiveFocus())
         sourceComponent: Welcome { shell: main }
     }
 
@@ -152,7 +156,8 @@ FocusScope {
         anchors {
             horizontalCenter: parent.horizontalCenter
             bottom: parent.bottom
-            bottomMargin: 24
+            // Off the pass, the way out that a refusal points to.
+            bottomMargin: main.page === "focus" && Velmora.state.session?.hardcore ? 80 : 24
         }
     }
 
@@ -164,16 +169,19 @@ FocusScope {
             required property int index
             Shortcut {
                 sequence: "Ctrl+" + (place.index + 1)
+                enabled: !main.greets
                 onActivated: main.go(place.modelData.value)
             }
         }
     }
     Shortcut {
         sequences: ["F9"]
+        enabled: !main.greets
         onActivated: main.fold()
     }
     Shortcut {
         sequences: ["Ctrl+,"]
+        enabled: !main.greets
         onActivated: main.go("settings")
     }
 }

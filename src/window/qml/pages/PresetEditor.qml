@@ -76,32 +76,37 @@ NeonDialog {
     RowLayout {
         spacing: 6
         Repeater {
-            model: [0x8c5cff, 0xa855f7, 0x7c3aed, 0xd946ef, 0x6366f1, 0x38bdf8, 0x34d399, 0xf59e0b]
+            model: [{ hex: 0x8c5cff, name: "Violet" }, { hex: 0xa855f7, name: "Purple" },
+                    { hex: 0x7c3aed, name: "Deep violet" }, { hex: 0xd946ef, name: "Pink" },
+                    { hex: 0x6366f1, name: "Indigo" }, { hex: 0x38bdf8, name: "Sky blue" },
+                    { hex: 0x34d399, name: "Green" }, { hex: 0xf59e0b, name: "Amber" }]
             NeonSwatch {
-                required property int modelData
-                required property int index
-                value: modelData
-                text: "Colour " + (index + 1)
-                chosen: editor.preset?.colorHex === modelData
-                onClicked: editor.change("color", [modelData.toString(16).padStart(6, "0")])
+                required property var modelData
+                value: modelData.hex
+                text: modelData.name
+                chosen: editor.preset?.colorHex === value
+                onClicked: editor.change("color", [value.toString(16).padStart(6, "0")])
             }
         }
         Item { Layout.fillWidth: true }
         Repeater {
-            model: ["scope", "brain.head.profile", "video.fill", "pencil.and.outline", "camera",
-                    "music.note", "newspaper", "person.2"]
+            model: [{ symbol: "scope", name: "Target" }, { symbol: "brain.head.profile", name: "Mind" },
+                    { symbol: "video.fill", name: "Video" },
+                    { symbol: "pencil.and.outline", name: "Pencil" },
+                    { symbol: "camera", name: "Camera" }, { symbol: "music.note", name: "Music" },
+                    { symbol: "newspaper", name: "News" }, { symbol: "person.2", name: "People" }]
             NeonIconButton {
-                required property string modelData
-                required property int index
-                readonly property bool chosen: editor.preset?.iconName === modelData
-                symbol: modelData
+                required property var modelData
+                readonly property bool chosen: editor.preset?.iconName === symbol
+                symbol: modelData.symbol
                 size: 30
                 iconSize: 16
-                text: "Symbol " + (index + 1)
-                hint: ""
+                text: modelData.name
+                Accessible.checkable: true
+                Accessible.checked: chosen
                 bordered: chosen
                 ink: chosen ? NeonTheme.violet : NeonTheme.quiet
-                onClicked: editor.change("icon", [modelData])
+                onClicked: editor.change("icon", [symbol])
             }
         }
     }

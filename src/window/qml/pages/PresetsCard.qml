@@ -20,6 +20,28 @@ NeonCard {
         if (other) shell.ask("presets", ["move", key, other])
     }
 
+    // The row in the pointer's hand, none: -1, and the place over which it is held.
+    property int lifted: -1
+    property int aim: -1
+
+    function carry(row: Item) {
+        const middle = row.y + row.height / 2 + row.lift
+        let place = 0
+        while (place < rows.count - 1 && middle > rows.itemAt(place).y + rows.itemAt(place).height)
+            place++
+        lifted = row.index
+        aim = place
+    }
+    // It lies in its place at once, and goes back when that is refused.
+    function drop() {
+        const from = lifted, to = aim
+        const key = Velmora.state.presets[from]?.id, other = Velmora.state.presets[to]?.id
+        lifted = aim = -1
+        if (from === to || !key || !other) return
+        presets.move(from, to, 1)
+        shell.ask("presets", ["move", key, other], () => presets.step())
+    }
+
     ListHead {
         width: parent.width
         text: "Presets"
@@ -27,14 +49,29 @@ NeonCard {
         onAsked: adding.open()
     }
     Repeater {
+        id: rows
         model: KeyedModel { id: presets; records: Velmora.state.presets }
 
         NeonListRow {
             id: row
             required property string key
+            required property int index
             readonly property var preset: presets.byKey[key] ?? {}
+            // How far it is carried, or makes room for the one that is.
+            readonly property real lift: hand.active ? hand.activeTranslation.y
+                : index > card.lifted && index <= card.aim ? -rows.itemAt(card.lifted).height
+                : index < card.lifted && index >= card.aim ? rows.itemAt(card.lifted).height : 0
 
             width: parent.width
+            z: lifted ? 1 : 0
+            lifted: hand.active
+            transform: Translate {
+                y: row.lift
+                Behavior on y {
+                    enabled: card.lifted >= 0 && !hand.active
+                    NumberAnimation { duration: NeonTheme.quick; easing.type: Easing.OutCubic }
+                }
+            }
             title: preset.name ?? ""
             subtitle: preset.note ?? ""
             symbol: preset.iconName ?? "scope"
@@ -50,6 +87,14 @@ NeonCard {
                 event.accepted = true
             }
 
+            data: DragHandler {
+                id: hand
+                target: null
+                xAxis.enabled: false
+                cursorShape: Qt.ClosedHandCursor
+                onActiveChanged: if (!active) card.drop()
+                onActiveTranslationChanged: if (active) card.carry(row)
+            }
             NeonIconButton {
                 visible: card.idle
                 symbol: "play"

@@ -23,6 +23,15 @@ FocusScope {
         })
     }
 
+    // A finding in sentences; what it advises to type is named as that.
+    function told(finding: var): string {
+        const upper = line => line.charAt(0).toUpperCase() + line.slice(1)
+        const advice = finding.advice === "velmora install-browser-link" ? "Link it above"
+                     : /^(velmora|sudo) /.test(finding.advice) ? "Run " + finding.advice
+                     : upper(finding.advice ?? "")
+        return upper(finding.text) + (advice ? ". " + advice : "")
+    }
+
     Component.onCompleted: examine()
 
     component Line: Rectangle {
@@ -251,8 +260,7 @@ FocusScope {
                             required property var modelData
                             width: parent.width
                             title: modelData.topic
-                            text: modelData.advice ? modelData.text + ". " + modelData.advice
-                                                   : modelData.text
+                            text: page.told(modelData)
                             NeonIcon {
                                 name: modelData.grade === "works" ? "check"
                                     : modelData.grade === "limited" ? "info" : "warning"

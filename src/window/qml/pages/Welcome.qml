@@ -10,6 +10,8 @@ FocusScope {
     property int step: 0
     readonly property string mode: Velmora.state.session.mode
     property string preset: Velmora.state.presets?.[0]?.id ?? ""
+    readonly property bool linked: (Velmora.state.browsers ?? []).length > 0
+    readonly property var domains: (Velmora.state.sites ?? []).map(s => s.cleanDomain)
 
     function leave() { shell.ask("welcome", ["done"]) }
     function begin() {
@@ -20,6 +22,9 @@ FocusScope {
 
     focus: true
     Keys.onEscapePressed: leave()
+    // Enter leads on: what is lit has the keyboard.
+    onStepChanged: (step < 2 ? next : start).focus = true
+    onLinkedChanged: if (linked && step === 0) next.focus = true
 
     NeonBackdrop {
         anchors.fill: parent
@@ -65,7 +70,7 @@ FocusScope {
             text: ["A linked browser lets Velmora send forbidden sites to the wall.",
                    "You can change it later, except in a hardcore session or a mission.",
                    welcome.mode === "brak" ? "Choose what you will work with. Everything else stays closed."
-                                           : "Listed sites and apps stay closed while it runs."][welcome.step]
+                                           : "Choose what stays closed while it runs. You can add more later."][welcome.step]
         }
 
         Item {
@@ -75,7 +80,7 @@ FocusScope {
 
             Loader {
                 anchors.fill: parent
-                focus: true
+                focus: !welcome.linked
                 sourceComponent: [browserStep, modeStep, startStep][welcome.step]
             }
         }
@@ -92,13 +97,15 @@ FocusScope {
             }
             Item { Layout.fillWidth: true }
             NeonButton {
+                id: next
                 visible: welcome.step < 2
                 text: "Next"
-                kind: welcome.step === 0 && (Velmora.state.browsers ?? []).length === 0
-                    ? NeonButton.Quiet : NeonButton.Primary
+                kind: welcome.step === 0 && !welcome.linked ? NeonButton.Quiet
+                                                            : NeonButton.Primary
                 onClicked: welcome.step++
             }
             NeonButton {
+                id: start
                 visible: welcome.step === 2
                 text: "Start focus"
                 symbol: "play"
@@ -125,7 +132,9 @@ FocusScope {
                     }
                 }
                 LinkRow {
-                    visible: (Velmora.state.browsers ?? []).length === 0
+                    Component.onCompleted: button.focus = true
+                    onDone: (welcome.linked ? next : button).forceActiveFocus()
+                    visible: !welcome.linked
                     width: parent.width
                     shell: welcome.shell
                     title: "No browser linked"
@@ -172,6 +181,22 @@ FocusScope {
                         text: modelData.name
                         chosen: welcome.preset === modelData.id
                         onClicked: welcome.preset = modelData.id
+                    }
+                }
+            }
+            Flow {
+                visible: welcome.mode === "soft"
+                width: 460
+                spacing: 8
+                Repeater {
+                    model: Velmora.state.quickSites ?? []
+                    NeonChip {
+                        required property var modelData
+                        text: modelData.name
+                        chosen: welcome.domains.includes(modelData.domain)
+                        symbol: chosen ? "check" : modelData.symbol
+                        onClicked: welcome.shell.ask("sites", [chosen ? "remove" : "add",
+                                                               modelData.domain])
                     }
                 }
             }
