@@ -70,6 +70,18 @@ void Life::editAsTheWindowsDo() {
   changed.end = std::min(changed.start + 1 + static_cast<int>(pick(400)), 1440);
   if (chance(0.3)) changed.isBrak = !changed.isBrak;
   if (chance(0.3)) changed.isPomodoro = !changed.isPomodoro;
+  // In front of what runs, and over before it: the way out that a lock must see.
+  if (due && due->mission->start > 0 && chance(0.5)) {
+    const auto minute = static_cast<int>((now() - start(due->day)).count() / 60);
+    const Mission& runs = *due->mission;
+    changed.isBrak = runs.isBrak;
+    changed.isPomodoro = runs.isPomodoro && chance(0.5);
+    changed.preset = runs.preset;
+    changed.sites = runs.sites;
+    changed.apps = runs.apps;
+    changed.start = static_cast<int>(pick(runs.start));
+    changed.end = std::min(minute + 1 + static_cast<int>(pick(200)), 1440);
+  }
 
   std::string name = original.label;
   Result result;
