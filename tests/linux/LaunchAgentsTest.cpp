@@ -47,7 +47,7 @@ TEST_F(LaunchAgents, TheirTextsAreAcceptedByThoseWhoReadThem) {
   const auto launch = put(agents::kLaunchEntry, agents::launchEntry(odd));
   const auto application = put("com.velmora.app.desktop", agents::applicationEntry(p.program));
   CommandProcesses real;
-  setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 0);
+  setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
   EXPECT_EQ(real.run({"systemd-analyze", "verify", "--user", timer, service})->status, 0);
   const auto entries =
       real.run({"desktop-file-validate", "--no-hints", guardian, launch, application});

@@ -189,7 +189,7 @@ TEST_F(ScheduleAgentTest, ItsTextsAreAcceptedByThoseWhoReadThem) {
   std::filesystem::copy_file("/bin/true", p.program);
   putContent(folder / "manager", "");
   CommandProcesses real;
-  setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 0);
+  setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
   table.entries = {weekly({1, 2, 3, 4, 5, 6, 7}, 545, 600), daily(150, 240), once(monday, 0, 1)};
   clock.localZone = *Zone::named("America/St_Johns");
   for (const bool isGuard : {false, true}) {
