@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <utility>
@@ -58,6 +59,12 @@ bool isStartDue(const std::string& data, Log& log) {
   const auto table = readTable(data, log);
   return table && watch::isCovered(*table, now, Calendar(clock.zone())) &&
          !InstanceLock::isHeld(instanceLockPath(data)) && DisplayWatch::canReach();
+}
+
+// Whether a manager has started this very process, which then has the manager's variables.
+bool isUnit() {
+  const char* pid = std::getenv("SYSTEMD_EXEC_PID");
+  return pid && std::to_string(getpid()) == pid;
 }
 
 class Descriptor {
@@ -149,7 +156,7 @@ class ScheduleWatcher {
   void arm() {
     const auto table = readTable(data_, log_).value_or(WatchTable{});
     const Date now = clock_.now();
-    alarm_.set(watch::nextStart(table, now, Calendar(clock_.zone())).value_or(now + kLongestSleep));
+    alarm_.set(watch::nextLook(table, now, Calendar(clock_.zone())).value_or(now + kLongestSleep));
     if (table.isGuard != static_cast<bool>(guard_))
       guard_ = table.isGuard ? loop_.every(Seconds(agents::kGuardSeconds), Seconds(0),
                                            [this] { look(); })
@@ -184,10 +191,12 @@ int runScheduleCheck(const std::string& program) {
   const auto data = paths::dataFolder(error);
   SystemLog log;
   if (!data) return log.notice(error), 1;
-  if (!isStartDue(*data, log)) return 0;
   const auto places = AgentPlaces::current(program);
   CommandProcesses processes;
   UserManager manager(places, processes);
+  // At login: the timers of a manager that knows no display would start nothing.
+  if (!isUnit() && manager.isThere()) manager.importDisplay();
+  if (!isStartDue(*data, log)) return 0;
   // A child of ours would end with the unit that we may be.
   if (manager.isThere()) return manager.startProgram(kLaunch) ? 0 : 1;
   const pid_t child = detached::fork();

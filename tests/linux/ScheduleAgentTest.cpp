@@ -99,9 +99,10 @@ TEST(ScheduleRules, GapsAndRepeatedTimes) {
   EXPECT_EQ(watch::startsAfterGaps(table, before, berlin),
             (std::vector<CivilSeconds>{CivilSeconds(spring) + 3h,
                                        CivilSeconds(local_days(2028y / 3 / 26)) + 3h}));
-  EXPECT_EQ(watch::nextStart(table, before, berlin), gap);
-  EXPECT_EQ(watch::nextStart(table, gap, berlin), berlin.instant(spring, 540));
-  EXPECT_FALSE(watch::nextStart({.entries = {daily(130, 170)}, .isGuard = false}, before, berlin));
+  EXPECT_EQ(watch::nextLook(table, before, berlin), gap);
+  EXPECT_EQ(watch::nextLook(table, gap, berlin), gap + Seconds(30)) << "as the manager's timers";
+  EXPECT_EQ(watch::nextLook(table, gap + Seconds(30), berlin), berlin.instant(spring, 540));
+  EXPECT_FALSE(watch::nextLook({.entries = {daily(130, 170)}, .isGuard = false}, before, berlin));
 }
 
 TEST(ScheduleRules, OnlyAWholeNumberIsAPass) {

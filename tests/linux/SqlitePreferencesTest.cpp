@@ -123,8 +123,10 @@ TEST(InstanceLock, IsHeldByOneProcessUntilItDiesAndIsNotInherited) {
   waitpid(holder, &status, WUNTRACED);
   EXPECT_TRUE(WIFSTOPPED(status));
   EXPECT_FALSE(InstanceLock::acquire(path));
+  EXPECT_TRUE(InstanceLock::isHeld(path));
   kill(holder, SIGKILL);
   waitpid(holder, nullptr, 0);
+  EXPECT_FALSE(InstanceLock::isHeld(path));
   const auto first = InstanceLock::acquire(path);
   EXPECT_TRUE(first && !InstanceLock::acquire(path));
 }

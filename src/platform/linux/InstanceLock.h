@@ -10,10 +10,9 @@ namespace velmora {
 // ends; programs that the process starts do not inherit it.
 class InstanceLock {
  public:
-  // Nothing when another process holds the lock, or when the file can't be made. Waits a tenth of a
-  // second for somebody who only asks whether it is held.
+  // Nothing when another process holds the lock, or when the file can't be made.
   static std::optional<InstanceLock> acquire(const std::string& path);
-  // Whether some process holds it now.
+  // Whether some process holds it now. Only asks, so that nobody who takes it meanwhile fails.
   static bool isHeld(const std::string& path);
   InstanceLock(InstanceLock&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
   InstanceLock& operator=(InstanceLock&& other) noexcept {

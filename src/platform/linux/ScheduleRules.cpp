@@ -12,6 +12,7 @@ using chrono::local_days;
 using Entry = WatchTable::Entry;
 
 constexpr days kGapHorizon{400};
+constexpr Seconds kLookAgain{30};
 
 bool contains(const auto& list, auto value) {
   return std::ranges::find(list, value) != list.end();
@@ -61,15 +62,16 @@ bool isCovered(const WatchTable& table, Date now, const Calendar& calendar) {
   return false;
 }
 
-std::optional<Date> nextStart(const WatchTable& table, Date now, const Calendar& calendar) {
+std::optional<Date> nextLook(const WatchTable& table, Date now, const Calendar& calendar) {
   std::optional<Date> best;
   const auto today = calendar.day(now);
   for (const auto& entry : table.entries)
     for (const auto day : {today, today + days(1), today + days(2)}) {
       if (!occurs(entry, day)) continue;
       const auto span = spanOf(entry, day, calendar);
-      const bool isSoon = now < span.start && span.start - now <= days(1);
-      if (isSoon && span.start < span.end && (!best || span.start < *best)) best = span.start;
+      if (span.start >= span.end) continue;
+      for (const Date look : {span.start, span.start + kLookAgain})
+        if (now < look && look - now <= days(1) && (!best || look < *best)) best = look;
     }
   return best;
 }

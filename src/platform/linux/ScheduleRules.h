@@ -22,8 +22,9 @@ bool occurs(const WatchTable::Entry& entry, std::chrono::local_days day);
 // Whether a mission runs at that moment, as the clock on the wall has it: a start or end that is
 // skipped is the first instant after the gap, a repeated one the earlier. Each entry counts alone.
 bool isCovered(const WatchTable& table, Date now, const Calendar& calendar);
-// The earliest start after `now`, if there is one within a day.
-std::optional<Date> nextStart(const WatchTable& table, Date now, const Calendar& calendar);
+// When to look next, if within a day: at a start, or half a minute after one, for a clock that is
+// then a little behind what it was.
+std::optional<Date> nextLook(const WatchTable& table, Date now, const Calendar& calendar);
 // The starts of the next 400 days that fall into a gap, as the civil times right after it, in
 // order, each once: a timer that goes by the wall's reading never sees the skipped minute.
 std::vector<CivilSeconds> startsAfterGaps(const WatchTable& table, Date now,

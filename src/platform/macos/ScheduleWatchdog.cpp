@@ -99,6 +99,12 @@ std::string intervals(const Entry& entry) {
 ScheduleWatchdog::ScheduleWatchdog(Processes& processes, Places places)
     : processes_(processes), places_(std::move(places)) {}
 
+// Where the script looks for a pass. A program outside a bundle has no identifier, and stores under
+// the name that the bundle's would have.
+std::string ScheduleWatchdog::preferenceDomain() const {
+  return places_.preferenceDomain.empty() ? "com.velmora.app" : places_.preferenceDomain;
+}
+
 std::string ScheduleWatchdog::scriptPath() const {
   return places_.support + "/" + kScript;
 }
@@ -110,7 +116,7 @@ std::string ScheduleWatchdog::agentPath() const {
 std::string ScheduleWatchdog::script(const WatchTable& table) const {
   return "#!/bin/zsh\n"
          "pass_until=$(/usr/bin/defaults read " +
-         places_.preferenceDomain +
+         preferenceDomain() +
          " vm_schedule_passUntil 2>/dev/null || /bin/echo 0)\n"
          "now_epoch=$(/bin/date +%s)\n"
          "if [[ \"$pass_until\" == <-> ]] && (( now_epoch < pass_until )); then exit 0; fi\n"

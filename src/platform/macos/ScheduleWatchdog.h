@@ -15,7 +15,7 @@ class ScheduleWatchdog final : public ScheduleAgent {
   struct Places {
     std::string agents;            // the user's folder of launch agents
     std::string support;           // our folder for what the application keeps
-    std::string preferenceDomain;  // where the script looks for a pass
+    std::string preferenceDomain;  // the bundle's identifier, empty where there is none
     std::string bundlePath;        // what it opens
   };
   // `processes` outlives this object.
@@ -25,14 +25,17 @@ class ScheduleWatchdog final : public ScheduleAgent {
   void install(const WatchTable& table) override;
   void remove() override;
 
-  // The texts. The conditions of several entries stand side by side without parentheses: in zsh
-  // "&&" and "||" have one rank, so that a guard of a later entry is also asked of those before it.
+  // The texts, with paths escaped as those who read them ask: a home folder may have an "&", a "$"
+  // or a quote in its name. The conditions of several entries stand side by side without
+  // parentheses: in zsh "&&" and "||" have one rank, so that a guard of a later entry is also asked
+  // of those before it.
   std::string script(const WatchTable& table) const;
   std::string propertyList(const WatchTable& table) const;
   std::string scriptPath() const;
   std::string agentPath() const;
 
  private:
+  std::string preferenceDomain() const;
   void unloadAgent();
 
   Processes& processes_;

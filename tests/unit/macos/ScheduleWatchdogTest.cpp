@@ -68,6 +68,8 @@ TEST_F(ScheduleWatchdogTest, TheConditionHoldsEveryKindOfMission) {
   expect({inNovember(once(monday, 540, 1440)), once(std::nullopt, 0, 60)},
          R"([[ "$iso_date" == "2026-11-23" ]] && (( minutes >= 540 && minutes < 1440 )))");
   expect({daily(0, 60)}, "(( minutes >= 0 && minutes < 60 ))");
+  EXPECT_EQ(ScheduleWatchdog(processes, {"", "", "", "/Applications/Velmora.app"}).script({}),
+            scriptWith(""));
   expect({inNovember(daily(540, 600))}, november + "(( minutes >= 540 && minutes < 600 ))");
   expect({inNovember(weekly({2, 4}, 540, 600)), daily(5, 6)},
          november + "(( weekday == 2 && minutes >= 540 && minutes < 600 )) || " + november +
