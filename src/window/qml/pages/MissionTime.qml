@@ -7,6 +7,7 @@ NeonStepper {
     id: time
 
     property bool uses24Hour: true
+    property bool ends: false  // midnight is the end of the day
 
     signal picked(int minutes)
 
@@ -19,7 +20,7 @@ NeonStepper {
     textFromValue: uses24Hour ? value => Week.clock(value, true) : value => Week.clock(value, false)
     valueFromText: text => {
         const minutes = Week.minutes(text)
-        return minutes < 0 ? value : minutes
+        return minutes < 0 ? value : ends && minutes === 0 ? 1440 : minutes
     }
     onValueModified: picked(value)
 }

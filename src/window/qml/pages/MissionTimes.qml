@@ -77,6 +77,7 @@ ColumnLayout {
         MissionTime {
             Layout.fillWidth: true
             text: "Ends at"
+            ends: true
             from: (times.draft.startMinutes ?? 0) + 1
             uses24Hour: times.uses24Hour
             number: times.draft.endMinutes ?? 1020

@@ -131,7 +131,8 @@ FocusScope {
     Keys.onPressed: event => {
         const step = event.modifiers & Qt.AltModifier ? 5 : 15
         const shift = event.modifiers & Qt.ShiftModifier
-        const edge = !shift ? "" : event.modifiers & Qt.ControlModifier ? "start" : "end"
+        const ctrl = event.modifiers & Qt.ControlModifier  // with an arrow, leafs through the weeks
+        const edge = !shift ? "" : ctrl ? "start" : "end"
         event.accepted = true
         if (event.key === Qt.Key_Escape && drag && !settling) drag = null
         else if (event.key === Qt.Key_Escape && selection) {
@@ -139,8 +140,8 @@ FocusScope {
             board.forceActiveFocus(Qt.TabFocusReason)
         } else if (event.key === Qt.Key_Up && selected) nudge(0, -step, edge, step)
         else if (event.key === Qt.Key_Down && selected) nudge(0, step, edge, step)
-        else if (event.key === Qt.Key_Left && selected && !shift) nudge(-1, 0, "", step)
-        else if (event.key === Qt.Key_Right && selected && !shift) nudge(1, 0, "", step)
+        else if (event.key === Qt.Key_Left && selected && !shift && !ctrl) nudge(-1, 0, "", step)
+        else if (event.key === Qt.Key_Right && selected && !shift && !ctrl) nudge(1, 0, "", step)
         else if ([Qt.Key_Return, Qt.Key_Enter, Qt.Key_Space].includes(event.key) && selected) {
             if (drag && !settling) drop()
             else if (!drag) opened(selected)
