@@ -105,17 +105,18 @@ struct Reader {
     BlockedApp app =
         known == old.end() ? BlockedApp{sources.newID(), bundleID, bundleID, true, {}} : *known;
     if (name) app.name = *name->asString();
-    app.isBlocked = true;
     return app;
   }
   std::optional<BlockedSite> site(const Value& item) {
     const auto* text = item.asString();
-    if (!text || !normalizedDomain(*text)) return {};
+    const auto domain = text ? normalizedDomain(*text) : std::nullopt;
+    if (!domain) return {};
     const auto& old = entry.softBlockedSites;
-    const auto known = std::ranges::find(old, cleanDomain(*text), &BlockedSite::cleanDomain);
-    BlockedSite site = known == old.end() ? BlockedSite{sources.newID(), *text} : *known;
-    site.isBlocked = true;
-    return site;
+    auto known = std::ranges::find(old, *text, &BlockedSite::domain);
+    if (known == old.end())
+      known = std::ranges::find(old, domain,
+                                [](const auto& site) { return normalizedDomain(site.domain); });
+    return known == old.end() ? BlockedSite{sources.newID(), *text} : *known;
   }
 
   void member(std::string_view key, const Value& value) {
@@ -196,9 +197,8 @@ Value encode(const ScheduleEntry& entry, const View& view) {
     if (entry.days.contains(weekday)) days.emplace_back(name);
   for (const Date date : entry.excludedDates) excluded.emplace_back(day(date));
   for (const auto& app : entry.softBlockedApps)
-    if (app.isBlocked) apps.push_back(Object{{"bundleID", app.bundleID}, {"name", app.name}});
-  for (const auto& site : entry.softBlockedSites)
-    if (site.isBlocked) sites.emplace_back(site.domain);
+    apps.push_back(Object{{"bundleID", app.bundleID}, {"name", app.name}});
+  for (const auto& site : entry.softBlockedSites) sites.emplace_back(site.domain);
   out.emplace_back("days", std::move(days));
   out.emplace_back("startMinutes", entry.startMinutes);
   out.emplace_back("endMinutes", entry.endMinutes);
@@ -235,9 +235,15 @@ std::string apply(ScheduleEntry& entry, const Value& object, const Sources& sour
     reader.member(key, value);
     if (!reader.problem.empty()) return reader.problem;
   }
+  // What was cut out of a series, or lay outside its range, must not swallow the one day.
+  const bool isOnce = entry.recurrence == ScheduleRecurrence::once;
+  if (isOnce) {
+    entry.recurrenceStartDate.reset();
+    entry.recurrenceEndDate.reset();
+    entry.excludedDates.clear();
+  }
   if (std::string problem = contradiction(entry); !problem.empty()) return problem;
   // Where it takes place once, its day of the week is that of its date.
-  const bool isOnce = entry.recurrence == ScheduleRecurrence::once;
   if (isOnce && (entry.scheduledDate != dateBefore || entry.recurrence != recurrenceBefore))
     entry.days = {weekdayOf(ScheduleCalendarMath::day(*entry.scheduledDate, sources.calendar))};
   return {};

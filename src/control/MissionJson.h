@@ -32,9 +32,9 @@ struct Sources {
   std::function<Uuid()> newID;  // for sites and applications that are new on the lists
 };
 // Puts the members of the object into the mission; what is not named stays, null empties, and what
-// is only derived, as the id, is passed over, so that an answer can be sent back. What the lists
-// hold is blocked. Empty on success, otherwise what is wrong in one line; the mission is then of
-// no use.
+// is only derived, as the id, is passed over, so that an answer can be sent back. All that the
+// lists hold is blocked, and what they held already keeps its record. Empty on success, otherwise
+// what is wrong in one line; the mission is then of no use.
 std::string apply(ScheduleEntry& entry, const json::Value& object, const Sources& sources);
 
 }  // namespace velmora::missions

@@ -62,11 +62,15 @@ struct Words {
   }
 };
 
-// Minutes of the day, as a number or as a clock shows them.
-std::optional<int> minutesOf(const std::string& text) {
+enum class Edge { start, end };
+// Minutes of the day, as a number or as a clock shows them. Midnight is the end of the day where
+// something ends.
+std::optional<int> minutesOf(const std::string& text, Edge edge) {
   const auto number = text::digits(text);
-  if (number) return *number <= 1440 ? std::optional(static_cast<int>(*number)) : std::nullopt;
-  return AppTimeFormat::parse(text, true);
+  const auto minutes = number && *number <= 1440 ? std::optional(static_cast<int>(*number))
+                       : number                  ? std::nullopt
+                                : AppTimeFormat::parse(text, edge == Edge::end);
+  return minutes == 0 && edge == Edge::end ? 1440 : minutes;
 }
 
 Value::Array listed(const std::string& text) {
@@ -200,8 +204,9 @@ class Missions {
     if (option == "--mode") return put("protectionMode", text);
     if (option == "--rhythm") return put("rhythm", text);
     if (option == "--from" || option == "--until") {
-      const auto minutes = minutesOf(text);
-      return minutes && put(option == "--from" ? "startMinutes" : "endMinutes", *minutes);
+      const bool isStart = option == "--from";
+      const auto minutes = minutesOf(text, isStart ? Edge::start : Edge::end);
+      return minutes && put(isStart ? "startMinutes" : "endMinutes", *minutes);
     }
     if (option == "--hud") {
       bool on = false;
@@ -215,8 +220,8 @@ class Missions {
   }
 
   // False: refused, with the reason in `problem_`.
-  bool applyTo(ScheduleEntry& entry) {
-    const Value object = fields();
+  bool applyTo(ScheduleEntry& entry) { return applyTo(entry, fields()); }
+  bool applyTo(ScheduleEntry& entry, const Value& object) {
     std::string problem =
         object.isNull()
             ? "There is no such time, preset or switch, or no object"
@@ -246,7 +251,8 @@ class Missions {
   }
 
   CommandResult plan() {
-    const auto start = minutesOf(words_.plain[0]), end = minutesOf(words_.plain[1]);
+    const auto start = minutesOf(words_.plain[0], Edge::start);
+    const auto end = minutesOf(words_.plain[1], Edge::end);
     if (!start || !end) return CommandResult::misused("missions plan START END");
     Value::Array out;
     for (const auto& phase :
@@ -258,14 +264,20 @@ class Missions {
 
   CommandResult add() {
     ScheduleEntry entry = editing_.newMission();
-    if (!applyTo(entry)) return problem_;
+    const Value object = fields();
+    // Who names a day and no rhythm of days means that day.
+    const Value* date = object.asObject() ? object.find("scheduledDate") : nullptr;
+    if (date && !date->isNull() && !object.find("recurrence"))
+      entry.recurrence = ScheduleRecurrence::once;
+    if (!applyTo(entry, object)) return problem_;
     const auto done = editing_.addMission(planner_, entry);
     return done ? CommandResult::done(line(entry.id.text())) : refusal(done.error());
   }
 
   CommandResult create() {
     const auto date = dayFrom(words_.plain[0]);
-    const auto start = minutesOf(words_.plain[1]), end = minutesOf(words_.plain[2]);
+    const auto start = minutesOf(words_.plain[1], Edge::start);
+    const auto end = minutesOf(words_.plain[2], Edge::end);
     if (!date) return noDay();
     if (!start || !end || *start >= *end)
       return CommandResult::misused("missions create DATE START END");
