@@ -403,6 +403,36 @@ std::optional<int64_t> parseColor(std::string_view text) {
   return color;
 }
 
+// The preset by which a hard session goes now. A mission that names none goes by the first.
+struct HeldPreset {
+  const FocusPreset* preset = nullptr;
+  bool isFirstOnly = false;
+};
+HeldPreset heldPreset(const Environment& e) {
+  const FocusPresetStore& presets = e.app.presets;
+  if (!e.app.schedule.isHardRoutineActive.get()) {
+    const auto& context = presets.activeContext.get();
+    if (!context || !e.app.lifecycle.isSessionHard()) return {};
+    return {.preset = presets.find(context->presetID)};
+  }
+  const auto id = e.app.missions.activeEntry();
+  const auto* mission = id ? e.app.missions.find(e.app.schedule.operatingMode.get(), *id) : nullptr;
+  if (!mission || mission->protectionMode != ScheduleProtectionMode::brak) return {};
+  return {.preset = presets.resolve(mission->presetID),
+          .isFirstOnly = !mission->presetID || !presets.find(*mission->presetID)};
+}
+
+// Whether this would open more in a hard session, at once or when it begins anew.
+bool opensMore(const Environment& e, const std::string& verb, const FocusPreset& preset,
+               const std::string& rest) {
+  const auto [held, isFirstOnly] = heldPreset(e);
+  if (!held) return false;
+  const FocusPreset* target = verb == "move" ? findPreset(e, rest) : nullptr;
+  if (target) return isFirstOnly && (preset.id == held->id || target == held);
+  return held->id == preset.id &&
+         (verb == "remove" || verb == "allow-site" || verb == "allow-app");
+}
+
 CommandResult editPreset(const Environment& e, const Arguments& arguments) {
   const std::string& verb = arguments[0];
   FocusPresetStore& store = e.app.presets;
@@ -410,6 +440,7 @@ CommandResult editPreset(const Environment& e, const Arguments& arguments) {
   if (!found) return noPreset(arguments[1]);
   const FocusPreset preset = *found;
   const std::string rest = joined(arguments, 2);
+  if (opensMore(e, verb, preset, rest)) return hardRefusal();
   if (verb == "remove" && rest.empty()) return store.removePreset(preset), CommandResult::done();
   if (verb == "duplicate" && rest.empty())
     return store.duplicatePreset(preset), CommandResult::done();

@@ -314,6 +314,7 @@ std::vector<Subscription> StateDocument::observe(std::function<void()> changed) 
      app_.schedule.nextBlockDescription, app_.schedule.isCurrentlyInBlock,
      app_.schedule.isHardRoutineActive, app_.schedule.activeEntryID,
      app_.blockPage.state(), app_.engine.redirects(), links_.linkedRevision());
+  out.push_back(app_.schedule.travelled.subscribe([changed](const Zone&) { changed(); }));
   return out;
 }
 

@@ -73,6 +73,11 @@ const FocusPreset* FocusPresetStore::find(const Uuid& id) const {
   return it == all.end() ? nullptr : &*it;
 }
 
+const FocusPreset* FocusPresetStore::resolve(const std::optional<Uuid>& id) const {
+  const FocusPreset* named = id ? find(*id) : nullptr;
+  return named || presets.get().empty() ? named : &presets.get().front();
+}
+
 void FocusPresetStore::addPreset(std::string_view name) {
   const std::string_view trimmed = text::trim(name);
   if (trimmed.empty()) return;

@@ -30,6 +30,9 @@ class FocusPresetStore final : public TimerService::FocusContext {
 
   // Null for an unknown id.
   const FocusPreset* find(const Uuid& id) const;
+  // What a mission with this choice goes by: the first preset when it names none that is there.
+  // Null when there is none at all.
+  const FocusPreset* resolve(const std::optional<Uuid>& id) const;
   void addPreset(std::string_view name);
   void duplicatePreset(const FocusPreset& preset);
   void removePreset(const FocusPreset& preset);

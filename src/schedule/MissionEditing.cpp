@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/Domain.h"
+
 namespace velmora {
 namespace {
 
@@ -34,25 +36,28 @@ std::optional<Covering> covering(const Entries& entries, Date now, const Calenda
   return best;
 }
 
+// A mission blocks all that it lists, in the form in which sites are judged.
 bool blocksAllOf(const ScheduleEntry& was, const ScheduleEntry& is) {
-  const auto app = [&](const BlockedApp& a) {
-    return !a.isBlocked || std::ranges::any_of(is.softBlockedApps, [&](const BlockedApp& b) {
-      return b.isBlocked && b.bundleID == a.bundleID;
-    });
+  DomainSet sites;
+  for (const auto& site : is.softBlockedSites)
+    if (auto domain = normalizedDomain(site.domain)) sites.insert(std::move(*domain));
+  const auto hasApp = [&](const BlockedApp& app) {
+    return std::ranges::find(is.softBlockedApps, app.bundleID, &BlockedApp::bundleID) !=
+           is.softBlockedApps.end();
   };
-  const auto site = [&](const BlockedSite& a) {
-    return !a.isBlocked || std::ranges::any_of(is.softBlockedSites, [&](const BlockedSite& b) {
-      return b.isBlocked && b.cleanDomain() == a.cleanDomain();
-    });
+  const auto hasSite = [&](const BlockedSite& site) {
+    const auto domain = normalizedDomain(site.domain);
+    return !domain || matches(*domain, sites);
   };
-  return std::ranges::all_of(was.softBlockedApps, app) &&
-         std::ranges::all_of(was.softBlockedSites, site);
+  return std::ranges::all_of(was.softBlockedApps, hasApp) &&
+         std::ranges::all_of(was.softBlockedSites, hasSite);
 }
 
 // Each mode leaves open what the other closes, as do two presets.
-bool isSofter(const ScheduleEntry& was, const ScheduleEntry& is) {
+bool isSofter(const ScheduleEntry& was, const ScheduleEntry& is, const FocusPresetStore& presets) {
   if (is.protectionMode != was.protectionMode) return true;
-  if (was.protectionMode == ScheduleProtectionMode::brak) return is.presetID != was.presetID;
+  if (was.protectionMode == ScheduleProtectionMode::brak)
+    return presets.resolve(is.presetID) != presets.resolve(was.presetID);
   return !blocksAllOf(was, is);
 }
 
@@ -69,11 +74,12 @@ void appendExcludedDate(ScheduleEntry& entry, Date day) {
 
 }  // namespace
 
-bool loosens(const Entries& before, const Entries& after, Date now, const Calendar& calendar) {
+bool loosens(const Entries& before, const Entries& after, Date now, const Calendar& calendar,
+             const FocusPresetStore& presets) {
   const auto was = covering(before, now, calendar);
   if (!was) return false;
   const auto is = covering(after, now, calendar);
-  return !is || is->end < was->end || isSofter(*was->entry, *is->entry) ||
+  return !is || is->end < was->end || isSofter(*was->entry, *is->entry, presets) ||
          hasOtherBreaks(*was, *is);
 }
 
@@ -85,7 +91,8 @@ MissionEditing::MissionEditing(ScheduleService& schedule, const TimerService& ti
       presets_(presets),
       lists_(lists),
       ports_(ports),
-      undoZone_(schedule.calendar().zone()) {}
+      travelled_(schedule.travelled.subscribe([this](const Zone&) { undo.removeAllActions(); })) {
+}
 
 const Entries& MissionEditing::list(ScheduleOperatingMode planner) const {
   return planner == ScheduleOperatingMode::simple ? schedule_.simpleEntries.get()
@@ -120,26 +127,17 @@ std::optional<Uuid> MissionEditing::activeEntry() const {
 bool MissionEditing::isHeld(ScheduleOperatingMode planner, const Entries& after) const {
   if (!schedule_.isHardRoutineActive.get() || planner != schedule_.operatingMode.get())
     return false;
-  return loosens(list(planner), after, ports_.clock.now(), schedule_.calendar());
+  return loosens(list(planner), after, ports_.clock.now(), schedule_.calendar(), presets_);
 }
 
 MissionResult<void> MissionEditing::replace(ScheduleOperatingMode planner, Entries with,
                                             const std::string& actionName) {
   if (isHeld(planner, with)) return std::unexpected(MissionRefusal::hardRoutine);
-  forgetIfTravelled();
   if (planner == ScheduleOperatingMode::simple)
     schedule_.replaceSimpleEntries(std::move(with), &undo, actionName);
   else
     schedule_.replaceEntries(std::move(with), &undo, actionName);
   return {};
-}
-
-// After a journey the lists have the same civil days at other instants; the steps have not.
-void MissionEditing::forgetIfTravelled() {
-  const Zone zone = schedule_.calendar().zone();
-  if (zone == undoZone_) return;
-  undo.removeAllActions();
-  undoZone_ = zone;
 }
 
 MissionResult<MissionEditing::Place> MissionEditing::open(ScheduleOperatingMode planner,
@@ -154,12 +152,10 @@ MissionResult<MissionEditing::Place> MissionEditing::open(ScheduleOperatingMode 
 }
 
 MissionResult<std::string> MissionEditing::takeBack() {
-  forgetIfTravelled();
   return step(undo.undoRestores(), undo.undoActionName(), &UndoManager::undo);
 }
 
 MissionResult<std::string> MissionEditing::doAgain() {
-  forgetIfTravelled();
   return step(undo.redoRestores(), undo.redoActionName(), &UndoManager::redo);
 }
 

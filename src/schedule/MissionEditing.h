@@ -20,25 +20,16 @@
 
 namespace velmora {
 
-enum class ScheduleSeriesEditKind { move, resize };
-
 // An edit of a series, while the user chooses what it is for.
 struct PendingScheduleSeriesEdit {
   ScheduleEntry original;
   ScheduleEntry updated;
   Date occurrenceDate;
   Date targetDate;
-  ScheduleSeriesEditKind kind = ScheduleSeriesEditKind::move;
 };
 struct PendingScheduleSeriesDelete {
   ScheduleEntry entry;
   Date occurrenceDate;
-};
-// A mission being drawn.
-struct ScheduleDraft {
-  Date date;
-  int start = 0;  // minutes of the day
-  int end = 0;
 };
 
 // Why the missions stay as they are.
@@ -55,7 +46,7 @@ using MissionResult = std::expected<T, MissionRefusal>;
 // Whether what runs at `now` by the list `before` would end, or end earlier, or block less by the
 // list `after`. Another mission may take its place if it is as strict.
 bool loosens(const std::vector<ScheduleEntry>& before, const std::vector<ScheduleEntry>& after,
-             Date now, const Calendar& calendar);
+             Date now, const Calendar& calendar, const FocusPresetStore& presets);
 
 // How the user changes the lists of missions: the one road for the windows and the command line,
 // which share its undo steps, one for each change. It obeys the locks of the editors: the running
@@ -80,7 +71,8 @@ class MissionEditing {
   MissionEditing(const MissionEditing&) = delete;
   MissionEditing& operator=(const MissionEditing&) = delete;
 
-  // Emptied by whoever rewrites a list otherwise than through this class.
+  // Emptied by whoever rewrites a list otherwise than through this class, and by a journey, after
+  // which the same instants are other days.
   UndoManager undo;
 
   const std::vector<ScheduleEntry>& list(ScheduleOperatingMode planner) const;
@@ -139,7 +131,6 @@ class MissionEditing {
   MissionResult<Place> open(ScheduleOperatingMode planner, const Uuid& id) const;
   MissionResult<std::string> step(const UndoManager::List* restores,
                                   std::optional<std::string> name, bool (UndoManager::*take)());
-  void forgetIfTravelled();
 
   std::chrono::local_days dayOf(Date date) const;
   Date startOf(std::chrono::local_days day) const;
@@ -153,7 +144,7 @@ class MissionEditing {
   const FocusPresetStore& presets_;
   const BlocklistStore& lists_;
   const Ports ports_;
-  Zone undoZone_;  // what the dates of the undo steps are meant in
+  const Subscription travelled_;
 };
 
 }  // namespace velmora

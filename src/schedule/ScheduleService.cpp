@@ -336,6 +336,7 @@ bool ScheduleService::followZone() {
   forgetDerived();
   entries.setIfChanged(moved(entries.get()));
   simpleEntries.setIfChanged(moved(simpleEntries.get()));
+  travelled.send(calendar_.zone());
   save();
   syncScheduleAgentSoon();
   return true;
@@ -375,12 +376,7 @@ void ScheduleService::startMission(const Slot& occurrence) {
   if (stopped_ && stopped_->entryID == entry.id) stopped_.reset();
 
   const bool isSoft = entry.protectionMode == ScheduleProtectionMode::soft;
-  const auto& presets = presets_.presets.get();
-  const FocusPreset* preset = nullptr;
-  if (!isSoft) {
-    if (entry.presetID) preset = presets_.find(*entry.presetID);
-    if (!preset && !presets.empty()) preset = &presets.front();
-  }
+  const FocusPreset* preset = isSoft ? nullptr : presets_.resolve(entry.presetID);
   const std::string presetName = preset ? preset->name : "Focus protection";
   if (preset)
     presets_.beginFocus(*preset, entry.label);

@@ -72,6 +72,8 @@ class ScheduleService final : public TimerService::Schedule, public Lifecycle::S
   Value<bool> isCurrentlyInBlock{false};   // an occurrence covers this moment
   Value<bool> isHardRoutineActive{false};  // hard routine is in force right now
   Value<std::optional<Uuid>> activeEntryID;
+  // Sent after the missions' dates are expressed in the zone that the user has come to.
+  Signal<Zone> travelled;
 
   // Of the zone that the missions are expressed in now; a tick follows a traveller.
   const Calendar& calendar() const { return calendar_; }

@@ -173,5 +173,80 @@ TEST_F(ScheduleCommandsTest, HardRoutineHoldsUntilThePassAndThePassIsNotLostUnas
   EXPECT_EQ(state("hasPass"), json::Value(false));
 }
 
+TEST_F(ScheduleCommandsTest, AHardMissionHoldsItsPreset) {
+  const auto changed = [&](const Words& words) { return d.tell("presets", words).status == 0; };
+  ASSERT_EQ(run("missions add --label Mission --from 8:00 --until 12:00"), 0);
+  ASSERT_EQ(edit("Mission", R"({"presetID":null})").status, 0);
+  ASSERT_EQ(run("schedule on"), 0);
+  EXPECT_TRUE(changed({"allow-site", "Deep Work", "news.org"}));
+  ASSERT_EQ(run("schedule hard-routine on"), 0);
+  const auto before = d.app->presets.presets.get();
+  for (const auto& words : std::vector<Words>{{"allow-site", "Deep Work", "reddit.com"},
+                                              {"allow-app", "Deep Work", "chromium"},
+                                              {"remove", "Deep Work"},
+                                              {"move", "Deep Work", "Writing"},
+                                              {"move", "Writing", "Deep Work"}})
+    EXPECT_FALSE(changed(words)) << words[0];
+  EXPECT_EQ(d.app->presets.presets.get(), before);
+  for (const auto& words : std::vector<Words>{{"disallow-site", "Deep Work", "github.com"},
+                                              {"allow-site", "Writing", "reddit.com"},
+                                              {"move", "Writing", "Editing"},
+                                              {"remove", "Writing"}})
+    EXPECT_TRUE(changed(words)) << words[0];
+  EXPECT_EQ(run("missions add --from 7:00 --until 13:00 --preset Editing"), 1);
+  EXPECT_EQ(run("missions add --from 7:00 --until 13:00"), 0) << "by the preset of the other";
+  EXPECT_EQ(d.app->timer.scheduledBlockID.get(), all()[1].id);
+  EXPECT_EQ(d.app->presets.activeContext.get()->allowedDomains,
+            (std::vector<std::string>{"openai.com", "chatgpt.com", "news.org"}));
+  EXPECT_TRUE(changed({"move", "Editing", "Deep Work"})) << "this one names its preset";
+  EXPECT_FALSE(changed({"remove", "Deep Work"}));
+  ASSERT_EQ(run("pass"), 0);
+  world.advance(Seconds(2));
+  EXPECT_TRUE(changed({"remove", "Deep Work"}));
+}
+
+TEST_F(ScheduleCommandsTest, AHardSessionHoldsItsPreset) {
+  ASSERT_EQ(run("settings set isHardcore true"), 0);
+  ASSERT_EQ(run("focus Writing"), 0);
+  EXPECT_EQ(run("presets allow-site Writing reddit.com"), 1);
+  EXPECT_EQ(run("presets remove Writing"), 1);
+  EXPECT_EQ(run("presets allow-site Editing reddit.com"), 0);
+}
+
+TEST_F(ScheduleCommandsTest, ADayAndItsMidnights) {
+  const auto added = d.tell("missions", {"add", "--date", "2026-01-07", "--from", "12 AM", "--until",
+                                         "12 AM"});
+  ASSERT_EQ(added.status, 0) << added.error;
+  EXPECT_EQ(tell("missions").output, "New mission · 2026-01-07 · 00:00 – 24:00 · Brak · Nonstop\n");
+  EXPECT_EQ(all()[0].days, Weekdays{Weekday::wed});
+  EXPECT_EQ(run("missions add --from 24:00 --until 24:00"), 1);
+  EXPECT_EQ(run("missions add --recurrence weekly --date 2026-01-07"), 0);
+  EXPECT_EQ(all()[1].recurrence, ScheduleRecurrence::weekly);
+
+  const std::string series = all()[1].id.text();
+  ASSERT_EQ(edit(series, R"({"excludedDates":["2026-01-08"],"recurrenceEndDate":"2026-01-06"})").status,
+            0);
+  ASSERT_EQ(edit(series, R"({"recurrence":"once","scheduledDate":"2026-01-08"})").status, 0);
+  const Calendar& calendar = service.calendar();
+  EXPECT_TRUE(all()[1].occurs(calendar.instant(*missions::parseDay("2026-01-08"), 0), calendar))
+      << "what was cut out of the series";
+}
+
+TEST_F(ScheduleCommandsTest, AllThatAMissionListsIsShownAndKeepsItsRecord) {
+  ASSERT_EQ(run("missions add --mode soft --sites x.com,reddit.com"), 0);
+  auto entries = all();
+  entries[0].softBlockedSites[0].isBlocked = false;  // it is blocked all the same
+  entries[0].softBlockedSites[1].domain = "reddit.com:80@evil.org";
+  service.replaceEntries(entries, nullptr, "");
+  const auto shown = *json::parse(tell("missions list --json").output);
+  EXPECT_EQ(json::dump(*(*shown.asArray())[0].find("softBlockedSites")),
+            R"(["x.com","reddit.com:80@evil.org"])");
+  EXPECT_EQ(edit(all()[0].id.text(), json::dump((*shown.asArray())[0])).status, 0);
+  EXPECT_EQ(all(), entries);
+  EXPECT_EQ(edit(all()[0].id.text(), R"({"softBlockedSites":["reddit.com"]})").status, 0);
+  ASSERT_EQ(all()[0].softBlockedSites.size(), 1u);
+  EXPECT_NE(all()[0].softBlockedSites[0].id, entries[0].softBlockedSites[1].id) << "another site";
+}
+
 }  // namespace
 }  // namespace velmora

@@ -94,7 +94,7 @@ void Life::editAsTheWindowsDo() {
     return index < all.size() ? all[index].id : Uuid();
   };
   const PendingScheduleSeriesEdit edit{entry, changed.entry(expected_.wall), start(day),
-                                       start(target), ScheduleSeriesEditKind::move};
+                                       start(target)};
   switch (isSeries ? pick(6) : pick(2)) {
     case 0:
       name += ": removed";

@@ -161,6 +161,7 @@ TEST_F(MissionEditingTest, AfterAJourneyNothingOfBeforeIsTakenBack) {
   series();
   d.clock.localZone = *Zone::named("Asia/Tokyo");
   service.tick();
+  EXPECT_EQ(missions.undo.undoActionName(), std::nullopt);
   EXPECT_EQ(missions.takeBack().error(), Refusal::nothingToUndo);
   EXPECT_EQ(all().size(), 1u);
 }
@@ -212,29 +213,35 @@ TEST_F(MissionLockTest, LooseningIsToEndToShortenOrToBlockLess) {
   ScheduleEntry soft = running;
   soft.protectionMode = ScheduleProtectionMode::soft;
   soft.softBlockedSites = {{missions.newID(), "x.com"}, {missions.newID(), "off.com", false}};
+  const FocusPresetStore& presets = d.app->presets;
   const auto loosened = [&](const ScheduleEntry& before, auto change) {
     ScheduleEntry after = before;
     change(after);
-    return loosens({before}, {after}, now, service.calendar());
+    return loosens({before}, {after}, now, service.calendar(), presets);
   };
   using E = ScheduleEntry;
-  EXPECT_TRUE(loosens({soft}, {}, now, service.calendar()));
-  EXPECT_FALSE(loosens({}, {soft}, now, service.calendar()));
+  EXPECT_TRUE(loosens({soft}, {}, now, service.calendar(), presets));
+  EXPECT_FALSE(loosens({}, {soft}, now, service.calendar(), presets));
   for (const auto& looser : std::vector<std::function<void(E&)>>{
            [](E& e) { e.isEnabled = false; }, [](E& e) { e.endMinutes = 719; },
            [](E& e) { e.startMinutes = 541; }, [](E& e) { e.softBlockedSites.erase(e.softBlockedSites.begin()); },
-           [](E& e) { e.softBlockedSites[0].isBlocked = false; },
+           [](E& e) { e.softBlockedSites.pop_back(); },  // all that a mission lists is blocked
+           [](E& e) { e.softBlockedSites[0].domain = "x.www.com"; },
+           [](E& e) { e.softBlockedSites[0].domain = "x.com:80@evil.org"; },
+           [](E& e) { e.softBlockedSites[0].domain = "mail.x.com"; },
            [this](E& e) { e.excludedDates = {day(0)}; },
            [](E& e) { e.protectionMode = ScheduleProtectionMode::brak; },
            [](E& e) { e.rhythm = ScheduleRhythm::pomodoro; }})
     EXPECT_TRUE(loosened(soft, looser));
   for (const auto& tighter : std::vector<std::function<void(E&)>>{
            [](E& e) { e.endMinutes = 1440; }, [](E& e) { e.startMinutes = 540; },
-           [](E& e) { e.label = "Other"; }, [](E& e) { e.softBlockedSites.pop_back(); },
+           [](E& e) { e.label = "Other"; }, [](E& e) { e.softBlockedSites[0].isBlocked = false; },
+           [](E& e) { e.softBlockedSites[1].domain = "com"; },
            [](E& e) { e.softBlockedSites[0].domain = "https://www.X.com/home"; },
            [](E& e) { e.softBlockedApps.push_back({{}, "Game", "org.game", true, {}}); }})
     EXPECT_FALSE(loosened(soft, tighter));
-  EXPECT_TRUE(loosened(running, [](E& e) { e.presetID = Uuid(); }));
+  EXPECT_TRUE(loosened(running, [&](E& e) { e.presetID = presets.presets.get()[1].id; }));
+  EXPECT_FALSE(loosened(running, [](E& e) { e.presetID = Uuid(); })) << "the first one, as before";
   EXPECT_FALSE(loosened(running, [](E& e) { e.softBlockedSites = {}; }));
   ScheduleEntry breaks = running;
   breaks.rhythm = ScheduleRhythm::pomodoro;
