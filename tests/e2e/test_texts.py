@@ -25,6 +25,8 @@ TABS = ["Focus", "Schedule", "Rules", "Progress", "Sounds", "Posture", "Extensio
 LOCKED = "Can't change mode while session is running"
 PASS = "Emergency pass: cancel current session (1 per week)"
 PASS_USED = "Emergency pass already used this week"
+ALL_DAYS = "mon,tue,wed,thu,fri,sat,sun"
+FIRST_MISSION = (500, 234)  # of the list, in a window of 1000 x 720
 
 
 class Words(WithScreen):
@@ -42,6 +44,9 @@ class Words(WithScreen):
 
     def assertShows(self, *texts):
         self.assertTrue(self.view.shows(*texts), (set(texts) - set(self.view.visible()), self.view.visible()))
+
+    def assertHasPart(self, part):
+        self.assertTrue(eventually(lambda: any(part in text for text in self.view.visible()), 10, 0.05), self.view.visible())
 
     def focusOn(self, text):
         """Goes from control to control until the tip `text` stands there to stay."""
@@ -111,6 +116,34 @@ class Words(WithScreen):
         self.assertTrue(eventually(lambda: not self.velmora.status()["session"]["active"], 5))
         self.assertShows("Used this week")
         self.focusOn(PASS_USED)
+
+    def test_missions(self):
+        self.tell("modules on schedule", "settings set uses24HourTime true", "schedule mode simple",
+                  "missions add --label Study --days mon,wed --from 9:30 --until 24:00 --rhythm pomodoro")
+        self.view.resize(1000, 720)
+        self.view.press("ctrl+2")
+        self.assertShows("Simple", "Calendar", "New mission", "Study", "09:30 – 24:00 · 14h30 · Deep Work · Pomodoro",
+                         "Undo Create Mission", *"MTWFS")
+        self.tell("missions edit Study --from 10:00 --until 10:45 --action Move")
+        self.assertShows("Undo Move Mission", "10:00 – 10:45 · 45min · Deep Work · Pomodoro")
+        self.tell("settings set uses24HourTime false", "missions edit Study --until 24:00")
+        self.assertShows("10:00 AM – 12:00 AM · 14h · Deep Work · Pomodoro")
+        self.view.point(*FIRST_MISSION, click=True)
+        self.assertShows("Once", "Daily", "Weekly", "Soft", "Brak", "Nonstop", "Pomodoro", *"MTWFS")
+        self.assertHasPart("breaks. The calendar end time always wins; the final phase is shortened when needed.")
+        self.view.press("Escape")
+        self.tell("settings set uses24HourTime true", "missions disable Study", "schedule on",
+                  "missions add --label Late --days %s --from 23:58 --until 24:00" % ALL_DAYS)
+        self.assertHasPart("Late · Today 23:58 · ")
+
+        self.view.press("ctrl+1")
+        self.tell("missions add --label Whole --days %s --from 0:00 --until 24:00 --mode soft" % ALL_DAYS)
+        self.assertShows("Soft Block", "00:00 – 24:00 · Nonstop", "Soft protection")
+        self.tell("schedule off", "missions edit Whole --mode brak --rhythm pomodoro")
+        for preset in ("Deep Work", "Editing", "Writing"):
+            self.velmora.tell("presets", "remove", preset)
+        self.tell("schedule on")
+        self.assertShows("00:00 – 24:00 · Pomodoro", "Focus protection")
 
 
 if __name__ == "__main__":
