@@ -16,15 +16,23 @@ const Due* covering(const std::vector<Due>& all, Date at) {
   return found == all.end() ? nullptr : &*found;
 }
 
+// A mission that names no preset that is there goes by the first.
+Uuid presetOf(const Mission& mission, const std::vector<FocusPreset>& all) {
+  const auto isIts = [&](const FocusPreset& preset) { return preset.id == mission.preset; };
+  return std::ranges::any_of(all, isIts) ? *mission.preset : all.front().id;
+}
+
 // Whether who edits would get out of what runs now, or get more out of it.
-bool isEscape(const Missions& before, const Missions& after, Date at, const WallTime& wall) {
+bool isEscape(const Missions& before, const Missions& after, Date at, const WallTime& wall,
+              const std::vector<FocusPreset>& presets) {
   const auto wasAll = missionsOf(before, wall.day(at), wall);
   const auto isAll = missionsOf(after, wall.day(at), wall);
   const Due *was = covering(wasAll, at), *is = covering(isAll, at);
   if (!was) return false;
   if (!is || is->end < was->end) return true;
   const Mission &old = *was->mission, &now = *is->mission;
-  if (old.isBrak != now.isBrak || (old.isBrak && old.preset != now.preset)) return true;
+  if (old.isBrak != now.isBrak) return true;
+  if (old.isBrak && presetOf(old, presets) != presetOf(now, presets)) return true;
   if (now.isPomodoro && (!old.isPomodoro || is->start != was->start)) return true;
   if (old.isBrak) return false;
   const auto opens = [](const auto& closed, const auto& stays, auto what) {
@@ -161,8 +169,8 @@ void Life::editAsTheWindowsDo() {
 
   const bool isInForce = simple == expected_.isSimple;
   const bool isRunning = isInForce && due && due->mission->id == original.id;
-  const bool isHeld =
-      isInForce && expected_.isHardActive(now()) && isEscape(before, after, now(), expected_.wall);
+  const bool isHeld = isInForce && expected_.isHardActive(now()) &&
+                      isEscape(before, after, now(), expected_.wall, app().presets.presets.get());
   note(name + (result ? "" : ", refused"));
   if (result.has_value() == (isRunning || isHeld))
     fail(result ? "an edit that a lock forbids is taken" : "an edit is refused without a reason");
