@@ -171,6 +171,21 @@ class Schedule(unittest.TestCase):
         self.assert_asked(window, "missions", "edit", "mission-study", "--planner", "simple", "--json",
                           '{"label":"Art"}', "--action", "Edit")
 
+    def test_a_midnight_that_is_passed_by_stays_the_end_of_the_day(self):
+        window = self.window(planned([mission("Night", 22, 24)], "simple", uses24Hour=False))
+        window.point(*FIRST_ROW, click=True)
+        self.assertTrue(window.shows("Rhythm", "12:00 AM"))
+        window.press("ctrl+a", "A", *["Tab"] * 16, *["shift+Tab"] * 16, "Return")
+        self.assert_asked(window, "missions", "edit", "mission-night", "--planner", "simple", "--json",
+                          '{"label":"A"}', "--action", "Edit")
+
+    def test_ctrl_and_an_arrow_leaf_through_the_weeks_whatever_is_chosen(self):
+        window = self.evening(once("Essay", 0, 19, 21))
+        window.point(*place(0, 20), click=True)
+        window.press("ctrl+Right", "Return")
+        self.assert_asked(window, "missions", "week", "2026-11-30")
+        self.assertEqual(window.commands("missions edit"), [])
+
     def test_forty_missions(self):
         window = self.window(planned(FORTY))
         self.assertTrue(window.shows("November 2026", "Deep Work", "Evening study", "2 off"))
