@@ -93,6 +93,7 @@ class Schedule(unittest.TestCase):
     def test_the_arrow_keys_do_what_dragging_does(self):
         window = self.evening(once("Essay", 0, 19, 21))
         window.point(*place(0, 20), click=True)
+        self.assertTrue(window.shows("Duplicate"))  # of what is chosen
         window.press("Right", "Down", "alt+Down", "Escape", "Right", "Up", "alt+Up", "shift+Down", "Return")
         self.assert_asked(window, "missions", "edit", "mission-essay", "--json",
                           '{"startMinutes":1120,"endMinutes":1260}', "--action", "Move", "--day", "2026-11-23",
@@ -182,6 +183,7 @@ class Schedule(unittest.TestCase):
     def test_ctrl_and_an_arrow_leaf_through_the_weeks_whatever_is_chosen(self):
         window = self.evening(once("Essay", 0, 19, 21))
         window.point(*place(0, 20), click=True)
+        self.assertTrue(window.shows("Duplicate"))
         window.press("ctrl+Right", "Return")
         self.assert_asked(window, "missions", "week", "2026-11-30")
         self.assertEqual(window.commands("missions edit"), [])
