@@ -311,6 +311,17 @@ std::string listing(const std::vector<T>& items, Name name) {
   return out;
 }
 
+// What a list would block by this text; nothing when there can be no such site.
+std::optional<std::string> siteFrom(const std::string& text) {
+  std::string clean = cleanDomain(text);
+  if (!normalizedDomain(text) || clean.empty()) return {};
+  return clean;
+}
+
+CommandResult noSite(const std::string& text) {
+  return CommandResult::refused("“" + text + "” is no site");
+}
+
 CommandResult sites(const Environment& e, Arguments arguments) {
   BlocklistStore& lists = e.app.lists;
   const bool asJson = takeFlag(arguments, "--json");
@@ -326,15 +337,18 @@ CommandResult sites(const Environment& e, Arguments arguments) {
       out += line(std::string(site.name) + " " + std::string(site.domain));
     return CommandResult::done(out);
   }
+  if (verb == "check" && arguments.size() == 2) {
+    const auto site = siteFrom(arguments[1]);
+    return site ? CommandResult::done(line(*site)) : noSite(arguments[1]);
+  }
   if (arguments.size() < 2 || (verb != "add" && verb != "remove" && verb != "on" && verb != "off"))
     return CommandResult::misused(
-        "sites list [--json] | sites quick | sites add|remove|on|off SITE...");
+        "sites list [--json] | sites quick | sites check SITE | sites add|remove|on|off SITE...");
   if ((verb == "remove" || verb == "off") && e.app.lifecycle.isSessionHard()) return hardRefusal();
   for (size_t i = 1; i < arguments.size(); ++i) {
     const std::string clean = cleanDomain(arguments[i]);
     if (verb == "add") {
-      if (!normalizedDomain(arguments[i]) || clean.empty())
-        return CommandResult::refused("“" + arguments[i] + "” is no site");
+      if (!siteFrom(arguments[i])) return noSite(arguments[i]);
       lists.addSite(arguments[i]);
       continue;
     }
@@ -462,7 +476,7 @@ CommandResult editPreset(const Environment& e, const Arguments& arguments) {
     if (!target) return noPreset(rest);
     store.movePreset(preset.id, Uuid(target->id));
   } else if (verb == "allow-site") {
-    if (!normalizedDomain(rest)) return CommandResult::refused("“" + rest + "” is no site");
+    if (!normalizedDomain(rest)) return noSite(rest);
     store.addSite(rest, preset);
   } else if (verb == "disallow-site") {
     store.removeSite({{}, rest}, preset);

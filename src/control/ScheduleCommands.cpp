@@ -290,6 +290,9 @@ class Missions {
     Date day;
     Date target;
   };
+  static bool isOnce(const ScheduleEntry& entry) {
+    return entry.recurrence == ScheduleRecurrence::once;
+  }
   // A mission that takes place once has no other occurrences to spare.
   std::optional<Occurrence> occurrence(const ScheduleEntry& entry) {
     const std::string name = words_.value("--scope").value_or("all");
@@ -298,7 +301,7 @@ class Missions {
       problem_ = CommandResult::misused("missions ... --scope one|future|all --day DATE");
       return {};
     }
-    if (entry.recurrence == ScheduleRecurrence::once) return Occurrence{};
+    if (isOnce(entry)) return Occurrence{};
     const auto day = dayFrom(words_.value("--day"));
     const auto target = words_.has("--to") ? dayFrom(words_.value("--to")) : day;
     if (!day || !target)
@@ -323,7 +326,7 @@ class Missions {
     if (to && at->scope == Scope::all) {
       const auto target = dayFrom(to);
       if (!target) return noDay();
-      if (original.recurrence != ScheduleRecurrence::once)
+      if (!isOnce(original))
         return CommandResult::refused("A series is moved by one or its future occurrences");
       updated.scheduledDate = *target;
       updated.days = {weekdayOf(ScheduleCalendarMath::day(*target, calendar()))};
@@ -332,7 +335,9 @@ class Missions {
     if (at->scope == Scope::all) {
       std::string name = words_.value("--action").value_or("Edit");
       if (!name.ends_with("Mission")) name += " Mission";
-      return answer(editing_.updateMission(planner_, updated, name));
+      const auto done = editing_.updateMission(planner_, updated, name);
+      if (!done || planner_ != Planner::calendar || !isOnce(updated)) return answer(done);
+      return selection(MissionEditing::Selection{updated.id, *updated.scheduledDate}, calendar());
     }
     if (updated.recurrence != original.recurrence)
       return CommandResult::refused("How often a mission takes place is changed for all of it");
@@ -505,6 +510,10 @@ CommandResult schedule(const Environment& e, const Arguments& arguments) {
   const bool isSure = takeFlag(words, "--yes");
   const bool interrupt = takeFlag(words, "--interrupt");
   if (words.empty()) return describeSchedule(s);
+  if (words == Arguments{"refresh"}) {
+    s.startMonitoring();
+    return CommandResult::done();
+  }
   bool on = false;
   if (words.size() == 1 && parseSwitch(words[0], on)) return enableSchedule(s, on, isSure);
   if (words.size() == 2 && words[0] == "hard-routine" && parseSwitch(words[1], on))
@@ -514,7 +523,7 @@ CommandResult schedule(const Environment& e, const Arguments& arguments) {
   if (planner) return changePlanner(s, *planner, interrupt, isSure);
   return CommandResult::misused(
       "schedule [on|off] [--yes] | schedule mode simple|calendar [--interrupt] [--yes] | schedule "
-      "hard-routine on|off");
+      "hard-routine on|off | schedule refresh");
 }
 
 CommandResult next(const Environment& e, const Arguments& arguments) {

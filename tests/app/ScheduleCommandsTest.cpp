@@ -121,7 +121,8 @@ TEST_F(ScheduleCommandsTest, OccurrencesMoveAloneOrWithThoseThatFollow) {
   EXPECT_EQ(run("missions remove " + series + " --scope one --day 2026-01-05"), 0);
   EXPECT_EQ(tell("missions undo").output, "Delete Occurrence\n");
   EXPECT_EQ(tell("missions undo").output, "Edit Future Occurrences\n");
-  EXPECT_EQ(run("missions edit " + all()[1].id.text() + " --to 2026-01-09 --action Move"), 0);
+  EXPECT_EQ(tell("missions edit " + all()[1].id.text() + " --to 2026-01-09 --action Move").output,
+            "{\"id\":\"" + all()[1].id.text() + "\",\"day\":\"2026-01-09\"}\n");
   EXPECT_EQ(all()[1].days, Weekdays{Weekday::fri});
   EXPECT_EQ(state("undo"), json::Value("Move Mission"));
   EXPECT_EQ(run("missions cut " + series + " --scope future --day 2026-01-12"), 0);
