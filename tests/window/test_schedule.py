@@ -161,7 +161,7 @@ class Schedule(unittest.TestCase):
         window.shows("Give up the pass")
         window.press("Tab", "Return")
         self.assert_asked(window, "schedule", "off", "--yes")
-        self.assertEqual(len(window.commands("schedule")), 1)
+        self.assertEqual(len(window.commands("schedule off")), 1)
 
     def test_the_editor_saves_what_changed(self):
         window = self.window(planned([mission("Study", 19, 21, overlaps=True)], "simple"))

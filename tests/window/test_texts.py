@@ -21,7 +21,7 @@ NO_PROGRESS = ("No progress modules enabled", "Turn on Daily Tasks, Habit, or De
 
 
 def only(*names):
-    shown = {m[3] for m in MODULES if m[0] in names}
+    shown = {text for m in MODULES if m[0] in names for text in (m[1], m[3])}  # the page of its own or of its kind
     return changed(idle(), tabs=tabs(*shown), modules=[{**m, "enabled": m["name"] in names} for m in idle()["modules"]])
 
 

@@ -7,6 +7,8 @@ FocusScope {
 
     required property var shell
     readonly property real panelWidth: 296
+    // The pass, the way out that a refusal points to.
+    readonly property real foot: Velmora.state.session.hardcore ? 56 : 0
     readonly property bool soft: Velmora.state.session.mode === "soft"
 
     ClockStage {

@@ -8,6 +8,8 @@ FocusScope {
     focus: true
 
     property string page: "focus"
+    // How much of its foot the page covers by something that a line must not hide.
+    readonly property real foot: pages.item?.foot ?? 0
     readonly property bool ready: Velmora.state.session !== undefined
     readonly property var modules: Velmora.state.modules ?? []
     readonly property var views: ({ focus: focusPage, schedule: schedulePage, rules: rulesPage,
@@ -156,8 +158,7 @@ FocusScope {
         anchors {
             horizontalCenter: parent.horizontalCenter
             bottom: parent.bottom
-            // Off the pass, the way out that a refusal points to.
-            bottomMargin: main.page === "focus" && Velmora.state.session?.hardcore ? 80 : 24
+            bottomMargin: 24 + main.foot
         }
     }
 

@@ -18,8 +18,14 @@ ColumnLayout {
     signal appsPicked(var apps)
 
     function add(text: string) {
-        const wish = text.trim().toLowerCase()
-        if (wish !== "" && !sites.includes(wish)) sitesPicked(sites.concat(wish))
+        const wish = text.trim()
+        if (wish === "") return
+        shell.ask("sites", ["check", wish], result => {
+            const site = result.output.trim() || wish
+            if (result.status !== 0 || sites.includes(site)) return
+            sitesPicked(sites.concat(site))
+            if (entry.text.trim() === wish) entry.clear()
+        })
     }
     // The lists of soft mode, as they are now.
     function takeOver() {
@@ -35,14 +41,12 @@ ColumnLayout {
     RowLayout {
         spacing: 6
         NeonField {
+            id: entry
             Layout.fillWidth: true
             implicitHeight: 32
             label: "Add a site"
             symbol: "plus"
-            onAccepted: {
-                lists.add(text)
-                clear()
-            }
+            onAccepted: lists.add(text)
         }
         NeonButton { implicitHeight: 32; text: "Add an app"; onClicked: picker.open() }
     }

@@ -17,6 +17,8 @@ NeonDialog {
     property bool sure: false
     // One that was just made may be on its way still.
     property bool waiting: false
+    // Its name is yet to be given.
+    property bool isNew: false
     readonly property var schedule: Velmora.state.schedule ?? ({})
     readonly property var mission: ((planner === "simple" ? schedule.simpleEntries
                                                           : schedule.entries) ?? [])
@@ -39,6 +41,8 @@ NeonDialog {
 
     // The mission is to go; what for is to be asked elsewhere.
     signal removing(var mission, string day)
+    // What was saved, as {id, day}, of a mission that has one day.
+    signal saved(var selection)
 
     function show(id: string, on: string) {
         key = id
@@ -47,6 +51,10 @@ NeonDialog {
         waiting = true
         begin()
     }
+    function showNew(id: string, on: string) {
+        isNew = true
+        show(id, on)
+    }
     onMissionChanged: if (mission) begin(); else if (opened) close()
     function begin() {
         if (!waiting || !mission) return
@@ -54,8 +62,14 @@ NeonDialog {
         draft = Object.assign({}, mission)
         open()
     }
-    onClosed: key = ""
-    onOpened: name.forceActiveFocus()
+    onClosed: {
+        key = ""
+        isNew = false
+    }
+    onAboutToShow: {
+        name.focus = true
+        if (isNew) name.selectAll()
+    }
     function put(changes: var) { draft = Object.assign({}, draft, changes) }
     function save() {
         if (problem !== "" || locked) return
@@ -64,7 +78,11 @@ NeonDialog {
             .forEach(f => changes[f] = draft[f] ?? null)
         if (Object.keys(changes).length === 0) return close()
         shell.ask("missions", ["edit", key, "--planner", planner, "--json", JSON.stringify(changes),
-                               "--action", "Edit"], result => { if (result.status === 0) close() })
+                               "--action", "Edit"], result => {
+            if (result.status !== 0) return
+            close()
+            if (result.output) saved(JSON.parse(result.output))
+        })
     }
 
     implicitWidth: 740

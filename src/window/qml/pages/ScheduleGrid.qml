@@ -463,7 +463,7 @@ FocusScope {
                 width: grid.column - 6
                 height: Math.max(11, ((span?.end ?? 0) - (span?.start ?? 0)) / 60 * grid.hour - 1)
                 radius: Math.min(7, height / 3)
-                color: NeonTheme.faded("#4a2d72", 0.92)
+                color: "#eb4a2d72"
                 border { width: 1; color: NeonTheme.rim }
                 Accessible.role: Accessible.AlertMessage
                 Accessible.name: span ? Week.full(span.day) + ", " + times.text : ""

@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import QtQuick.Templates as T
 import Velmora
+import "Week.js" as Week
 
 // The simple planner: a list of missions, by the time of day at which they start.
 FocusScope {
@@ -22,12 +23,22 @@ FocusScope {
         { label: "Weekend project", days: ["sat", "sun"], startMinutes: 600, endMinutes: 780 }
     ]
 
+    // One that begins at once is not opened: it can't be changed any more.
     function add(fields: var, opens: bool) {
-        shell.ask("missions", ["add", "--planner", "simple", "--json", JSON.stringify(fields)],
-                  result => {
-            const id = result.output.trim()
-            if (result.status === 0 && opens && id) editor.show(id, "")
+        const today = fields.days.includes(Week.keys[Week.weekday(schedule.today)])
+        starting.ask(today, fields.startMinutes, fields.endMinutes, begins => {
+            shell.ask("missions", ["add", "--planner", "simple", "--json", JSON.stringify(fields)],
+                      result => {
+                const id = result.output.trim()
+                if (result.status !== 0) return
+                if (begins) starting.tell()
+                else if (opens && id) editor.showNew(id, "")
+            })
         })
+    }
+    function addNew() {
+        const start = Math.min(now.nextHour, 1380)
+        add({ days: Week.keys.slice(0, 5), startMinutes: start, endMinutes: start + 60 }, true)
     }
     function remove(mission: var) {
         shell.ask("missions", ["remove", mission.id, "--planner", "simple"], result => {
@@ -38,7 +49,7 @@ FocusScope {
 
     Keys.onPressed: event => {
         if (!(event.modifiers & Qt.ControlModifier) || event.key !== Qt.Key_N) return
-        add({}, true)
+        addNew()
         event.accepted = true
     }
 
@@ -56,7 +67,7 @@ FocusScope {
             text: "New mission"
             symbol: "plus"
             kind: NeonButton.Primary
-            onClicked: page.add({}, true)
+            onClicked: page.addNew()
         }
     }
     Flow {
@@ -153,6 +164,8 @@ FocusScope {
             }
         }
     }
+    WallClock { id: now; running: page.Window.visibility !== Window.Hidden }
+    MissionStart { id: starting; shell: page.shell; clock: now }
     MissionEditor {
         id: editor
         shell: page.shell

@@ -11,6 +11,9 @@ FocusScope {
     // Takes the last step back, or does it again.
     function undo(verb: string) { shell.ask("missions", [verb]) }
 
+    // What has come out of step while nobody looked, the watchdog say, is put right.
+    Component.onCompleted: Velmora.run("schedule", ["refresh"], null)
+
     Keys.onPressed: event => {
         const shift = event.modifiers & Qt.ShiftModifier
         if (!(event.modifiers & Qt.ControlModifier)) return
@@ -20,7 +23,10 @@ FocusScope {
         event.accepted = true
     }
 
+    readonly property real foot: planners.item?.foot ?? 0
+
     Loader {
+        id: planners
         anchors.fill: parent
         focus: true
         sourceComponent: page.planner === "simple" ? simple : calendar

@@ -21,6 +21,7 @@ FocusScope {
     readonly property string today: schedule.today ?? ""
     property string monday: ""
     property var occurrences: []
+    readonly property real foot: bar.visible ? bar.height + 4 : 0
 
     // Whatever the planner's missions are told by; `done` is called when the week is there.
     property string told: ""
@@ -50,15 +51,11 @@ FocusScope {
     // Where something new goes that has no place of its own.
     function usualDay(): string { return Week.monday(today) === monday ? today : monday }
     function chosenDay(): string { return grid.selected?.day ?? usualDay() }
-    // Asks for a change; what the answer names is chosen and shown, or `chosen` without one. `done`
-    // gets it.
-    function change(words: var, chosen: var, done: var) {
+    // Asks for a change; what the answer names is chosen and shown. `done` gets it.
+    function change(words: var, done: var) {
         shell.ask("missions", words, result => {
-            const made = result.status === 0 ? parsed(result.output) ?? chosen : null
-            if (made?.day) {
-                grid.selection = { entryID: made.id, day: made.day }
-                monday = Week.monday(made.day)
-            }
+            const made = result.status === 0 ? parsed(result.output) : null
+            if (made) choose(made)
             if (result.status !== 0) grid.settle()
             else look(() => {
                 grid.settle()
@@ -67,14 +64,23 @@ FocusScope {
             })
         })
     }
+    function choose(made: var) {
+        grid.selection = { entryID: made.id, day: made.day }
+        monday = Week.monday(made.day)
+    }
+    // One that begins at once is not opened: it can't be changed any more.
     function create(span: var) {
-        change(["create", span.day, span.start, span.end], null,
-               made => { if (made) edit(made.id, made.day) })
+        starting.ask(span.day === today, span.start, span.end, begins => {
+            change(["create", span.day, span.start, span.end], made => {
+                if (begins) starting.tell()
+                else if (made) editor.showNew(made.id, made.day)
+            })
+        })
     }
     function add() {
         const day = usualDay()
-        const next = day === today ? Math.ceil((now.minutes + 1) / 60) * 60 : 540
-        create({ day, start: Math.min(next, 1380), end: Math.min(next, 1380) + 60 })
+        const start = day === today ? Math.min(now.nextHour, 1380) : 540
+        create({ day, start, end: start + 60 })
     }
     function edit(id: string, day: string) { editor.show(id, day) }
     function isOnce(mission: var): bool { return mission.recurrence === "once" }
@@ -85,7 +91,7 @@ FocusScope {
         const action = kind === "move" ? "Move" : "Resize"
         const words = ["edit", mission.id, "--json", fields, "--action", action,
                        "--day", occurrence.day, "--to", span.day]
-        if (isOnce(mission)) return change(words, { id: mission.id, day: span.day })
+        if (isOnce(mission)) return change(words)
         series.ask(mission.label, false, scope => change(words.concat("--scope", scope)))
     }
     function withdraw(verb: string, mission: var, day: string) {
@@ -127,19 +133,7 @@ FocusScope {
     }
     function duplicate(mission: var) { change(["duplicate", mission.id, chosenDay()]) }
 
-    Timer {
-        id: now
-        property int minutes: read()
-        function read(): int {
-            Date.timeZoneUpdated()
-            const date = new Date()
-            return date.getHours() * 60 + date.getMinutes()
-        }
-        running: page.Window.visibility !== Window.Hidden
-        interval: 5000
-        repeat: true
-        onTriggered: minutes = read()
-    }
+    WallClock { id: now; running: page.Window.visibility !== Window.Hidden }
 
     ScheduleHead {
         id: head
@@ -230,6 +224,15 @@ FocusScope {
             onRemove: page.withdraw("remove", mission, occurrence.day)
         }
     }
+    MissionStart {
+        id: starting
+        shell: page.shell
+        clock: now
+        onDismissed: {
+            grid.settle()
+            grid.take()
+        }
+    }
     MissionSeries {
         id: series
         onDismissed: {
@@ -242,6 +245,7 @@ FocusScope {
         shell: page.shell
         planner: "calendar"
         onClosed: grid.take()
+        onSaved: selection => page.choose(selection)
         onRemoving: (mission, day) => page.withdraw("remove", mission, day)
     }
     NeonDialog {
