@@ -1,6 +1,5 @@
 """A program that does not run, and a mission that comes: by both of the ways in which it is started."""
 
-import datetime
 import json
 import os
 import signal
@@ -11,7 +10,7 @@ import unittest
 import uuid
 
 from bench import Screen, eventually
-from stage import PROGRAMS, Velmora
+from stage import PROGRAMS, Velmora, zone_of
 
 CADENCE = 17  # seconds: from look to look, the accuracy of the manager's timers, and a start
 MOMENT = 4  # seconds: a start alone, on a busy machine
@@ -28,17 +27,11 @@ find /sys/fs/cgroup/$1 -depth -type d -exec rmdir {} +
 """
 
 
-def zone_of_noon():
-    """A zone in which it is about noon, so that no test meets midnight."""
-    east = 12 - datetime.datetime.utcnow().hour
-    return "Etc/GMT%+d" % -east if east else "Etc/GMT"
-
-
 class Place:
     """A user with the program, with a systemd user manager or without one."""
 
     def __init__(self, display, has_manager):
-        self.velmora = Velmora(display, TZ=zone_of_noon())
+        self.velmora = Velmora(display, TZ=zone_of(12))
         self.has_manager = has_manager
         self.manager = None
         self.group = "velmora-test-%d" % os.getpid()

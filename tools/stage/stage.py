@@ -2,6 +2,7 @@
 
 import contextlib
 import ctypes
+import datetime
 import fcntl
 import json
 import os
@@ -40,6 +41,12 @@ def leave_network():
                 file.write(text)
     with socket.socket() as any_socket:
         fcntl.ioctl(any_socket, SIOCSIFFLAGS, struct.pack("16sh14x", b"lo", IFF_UP))
+
+
+def zone_of(hour):
+    """A zone in which that hour is now, far from midnight."""
+    east = (hour - datetime.datetime.now(datetime.timezone.utc).hour + 12) % 24 - 12
+    return "Etc/GMT%+d" % -east if east else "Etc/GMT"
 
 
 class Answer(NamedTuple):
@@ -171,8 +178,12 @@ class Velmora:
         return eventually(lambda: sum(bool(b["tabs"]) for b in self.status()["browsers"]) >= count, timeout, 0.1)
 
     def close(self):
-        if self.process and self.process.poll() is None:
-            self.kill()
+        for word in ("--watch", "--schedule-watch", PROGRAMS + "/velmora"):  # first those that start others
+            for process in self.processes(word):
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(process, signal.SIGKILL)
+        if self.process:
+            self.process.wait()
         self.home.remove()
 
 

@@ -1,0 +1,104 @@
+"""The Schedule page of the real program, with a real pointer: from a drawn mission to its end."""
+
+import json
+import signal
+import subprocess
+import time
+import unittest
+
+from bench import HOLD, eventually
+from stage import Screen, Velmora, zone_of
+from window import Window
+
+SWITCH = (384, 48)  # in a window of 1000 x 720
+LEFT, COLUMN, HOUR, END = 274, 101.7, 52, 720 - 8 - 77  # of a week that has been scrolled to its end
+NOTICE = "1280x900"
+
+
+class Schedule(unittest.TestCase):
+    def setUp(self):
+        self.screen = Screen()
+        self.addCleanup(self.screen.close)
+        zone = zone_of(18)  # in the part of a day that is in sight at the end of the week
+        self.velmora = Velmora(self.screen.display, TZ=zone).start()
+        self.addCleanup(self.velmora.close)
+        for words in ("welcome done", "modules on schedule", "mode soft", "apps add xterm", "sites add listed.test",
+                      "schedule on", "window show"):
+            self.velmora.tell(*words.split())
+        self.screen.minimise(self.screen.window("Velmora"))  # the program's own; ours prints its texts
+        self.window = Window(self.screen, arguments=("--socket", self.velmora.control_path), environment={"TZ": zone})
+        self.addCleanup(self.window.close)
+        self.addCleanup(lambda: self.assertEqual(self.window.complaints(), []))
+        self.window.resize(1000, 720)
+        self.window.press("ctrl+2")
+        self.assertShows("Schedule", "No mission ahead")
+        self.window.point(700, 400)
+        self.window.wheel(40)
+
+    def state(self, member):
+        return json.loads(self.velmora.tell("state"))[member]
+
+    def missions(self):
+        return json.loads(self.velmora.tell("missions", "list", "--json"))
+
+    def assertShows(self, *texts):
+        self.assertTrue(self.window.shows(*texts), (set(texts) - set(self.window.visible()), self.window.visible()))
+
+    def place(self, day, hour):
+        return round(LEFT + (day + 0.5) * COLUMN), round(END - (24 - hour) * HOUR)
+
+    def now(self):
+        """The day of the week, 0 to 6, and the hour, by the clock on the wall."""
+        day, hour = subprocess.run(["date", "+%u %H"], env=self.velmora.environment(), capture_output=True,
+                                   text=True).stdout.split()
+        return int(day) - 1, int(hour)
+
+    def terminal(self):
+        program = subprocess.Popen(["xterm", "-T", "Games"], env=self.screen.environment, stderr=subprocess.DEVNULL)
+        self.addCleanup(program.wait)
+        self.addCleanup(program.kill)
+        self.screen.window("Games")
+        return program
+
+    def test_a_mission_drawn_for_later_is_named_moved_and_taken_back(self):
+        day, hour = self.now()
+        self.window.drag(self.place(day, hour + 2.05), self.place(day, hour + 3))
+        self.assertShows("Save", "listed.test")
+        self.window.press("e", "s", "s", "a", "y", "Return")  # in place of the name that it has by itself
+        self.assertTrue(eventually(lambda: [m["label"] for m in self.missions()] == ["essay"], 5, 0.05))
+        self.assertTrue(eventually(lambda: "Save" not in self.window.visible(), 5, 0.05))
+        self.window.press("Down", "Down", "shift+Down", "Return")
+        self.assertTrue(eventually(lambda: (self.missions()[0]["startMinutes"], self.missions()[0]["endMinutes"])
+                                   == (hour * 60 + 150, hour * 60 + 225), 5, 0.05), self.missions())
+        for keys in ("ctrl+c", "ctrl+v", "ctrl+x"):
+            self.window.press(keys)
+            time.sleep(0.3)
+        self.assertTrue(eventually(lambda: self.state("schedule").get("undo") == "Delete Mission", 5, 0.05))
+        for key, count in (("ctrl+z", 2), ("ctrl+z", 1), ("ctrl+z", 1), ("ctrl+z", 1), ("ctrl+z", 0), ("ctrl+y", 1)):
+            self.window.press(key)
+            self.assertTrue(eventually(lambda: len(self.missions()) == count, 5, 0.05), (key, count))
+
+    def test_a_mission_drawn_over_this_moment_runs_until_the_schedule_is_switched_off(self):
+        terminal = self.terminal()
+        self.screen.raise_(hex(int(self.window.id)))
+        day, hour = self.now()
+        self.window.drag(self.place(day, hour), self.place(day, hour + 2))
+        began = time.monotonic()
+        self.assertShows("Soft Block", "New mission", "%02d:00 – %02d:00 · Nonstop" % (hour, hour + 2))
+        self.assertEqual(terminal.wait(5), -signal.SIGKILL)
+        on_screen = lambda: " %s+0+0 " % NOTICE in "".join(
+            row for row in self.screen.run("xwininfo", "-root", "-tree").splitlines() if '"Velmora"' in row)
+        self.assertTrue(eventually(on_screen))
+        self.assertTrue(eventually(lambda: not on_screen(), 8, 0.05))
+        self.assertGreater(time.monotonic() - began, 4)
+        self.window.press("Delete")
+        self.assertShows("“New mission” is running. It can be changed once it is over.")
+        self.window.point(*SWITCH, click=True)
+        self.assertTrue(eventually(lambda: not self.state("scheduled")["active"]))
+        again = self.terminal()
+        eventually(lambda: again.poll() is not None, HOLD, 0.05)
+        self.assertIsNone(again.poll())
+
+
+if __name__ == "__main__":
+    unittest.main()
