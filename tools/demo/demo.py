@@ -9,6 +9,7 @@ import base64
 import hashlib
 import os
 import re
+import shlex
 import shutil
 import signal
 import subprocess
@@ -18,12 +19,13 @@ import time
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.join(ROOT, "tools", "stage"))
 from browsers import Chromium, Web, eventually
-from stage import Screen, Velmora, leave_network, wall_reason
+from stage import Screen, Velmora, leave_network, wall_reason, zone_of
 
 OUT = os.path.join(ROOT, "build", "demo")
 HOLD = 1.9  # seconds for which what stays is watched: longer than from one look to the next
 MOMENT = 0.5  # seconds until the browser surely knows what is out of sight, or lifted
 FULL = 25 * 60
+AHEAD = 25  # seconds that a mission has at least before the next one begins
 BROWSER, COVER = (30, 20, 1100, 760), (20, 90, 1000, 700)
 
 SITES = {
@@ -95,7 +97,7 @@ class Demo:
 
     def set_up(self):
         self.screen = self.keep(Screen("1280x860"))
-        self.velmora = self.keep(Velmora(self.screen.display, VELMORA_DEBUG="1"))
+        self.velmora = self.keep(Velmora(self.screen.display, VELMORA_DEBUG="1", TZ=zone_of(12)))
         file, trust = certificate(self.velmora.home.path)
         self.web = self.keep(Pages(certificate=file))
         self.velmora.start()
@@ -205,7 +207,7 @@ class Demo:
     def run(self):
         for proof in (self.without_session, self.soft_session, self.instant_layer, self.application,
                       self.background_tab, self.minimised_window, self.covered_window, self.site_added,
-                      self.pause_and_resume, self.kill_and_return, self.brak_mode):
+                      self.pause_and_resume, self.kill_and_return, self.missions, self.brak_mode):
             proof()
 
     def without_session(self):
@@ -292,6 +294,55 @@ class Demo:
         eventually(lambda: self.velmora.status()["session"]["running"], 2)
         # A restart counts the time between in whole seconds, and goes on after 0.3 s.
         self.agree("after kill -9 and a restart: the clock is right", self.clock, late=1.3, running=True, active=True)
+
+    def missions(self):
+        """One whose time it is, and one that begins with the next minute."""
+        self.velmora.tell("reset")
+        left = 60 - time.time() % 60
+        if left < AHEAD:
+            time.sleep(left + 0.1)
+        next_minute = (time.time() // 60 + 1) * 60
+        clock = subprocess.run(["date", "+%H %M"], env=self.velmora.environment(), capture_output=True, text=True).stdout
+        minute = int(clock[:2]) * 60 + int(clock[3:])
+        for label, start, end, site in (("Read the paper", minute - 30, minute + 1, "reddit.com"),
+                                        ("Write the report", minute + 1, minute + 61, "www.youtube.com")):
+            self.velmora.tell("missions", "add", "--label", label, "--recurrence", "daily", "--mode", "soft",
+                              "--from", str(start), "--until", str(end), "--sites", site)
+        self.velmora.tell("schedule", "on")
+        entry = self.velmora.home.path + "/.config/autostart/com.velmora.schedule-watch.desktop"
+        eventually(lambda: os.path.exists(entry))
+        self.velmora.tell("quit")
+        self.velmora.process.wait()
+        for watcher in self.velmora.processes("--schedule-watch"):
+            os.kill(watcher, signal.SIGKILL)
+
+        began = time.monotonic()
+        with open(entry) as file:
+            words = shlex.split(re.search("^Exec=(.*)$", file.read(), re.MULTILINE)[1])
+        subprocess.Popen(words, env=self.velmora.environment(), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        running = lambda: self.velmora.answers() and self.velmora.status()["scheduled"].get("mission")
+        runs = eventually(lambda: running() == "Read the paper", 6, 0.02)
+        self.table.row("the program does not run, at login in a mission", "it starts, with the mission",
+                       "it runs" if runs else "no mission", bool(runs), (time.monotonic() - began) * 1000)
+        self.shot("mission-notice")
+        self.velmora.linked()
+        self.velmora.tell("notice", "dismiss")
+        self.goes("a site of the mission", "d=reddit.com", self.visit("reddit.com"))
+        self.stays("a site of the next mission", "www.youtube.com", self.visit("www.youtube.com"))
+
+        seen = []
+        while time.time() < next_minute + 2:
+            if (mission := running() or "none") not in seen[-1:]:
+                seen.append(mission)
+            time.sleep(0.02)
+        self.table.row("from mission to mission, without a gap", "the one, then the other",
+                       ", ".join(seen), seen == ["Read the paper", "Write the report"])
+        self.goes("a site of the next mission, once it has begun", "d=youtube.com", self.tell("notice", "dismiss"))
+        self.stays("a site of the mission that has ended", "reddit.com", self.visit("reddit.com"), shot="next-mission")
+        self.goes("a site of the mission that runs", "d=youtube.com", self.visit("www.youtube.com"))
+        self.stays("... once the schedule is switched off", "www.youtube.com",
+                   lambda: (self.velmora.tell("schedule", "off"), self.visit("www.youtube.com")()))
+        self.table.row("... which ends it", "no mission", running() or "no mission", not running())
 
     def brak_mode(self):
         self.velmora.tell("reset")
