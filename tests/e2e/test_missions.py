@@ -38,7 +38,7 @@ class Place:
     """A user with the program, with a systemd user manager or without one."""
 
     def __init__(self, display, has_manager):
-        self.velmora = Velmora(display, TZ=zone_of_noon())
+        self.velmora = Velmora(display, TZ=zone_of_noon(), VELMORA_TZ=zone_of_noon())
         self.has_manager = has_manager
         self.manager = None
         self.group = "velmora-test-%d" % os.getpid()
