@@ -369,8 +369,8 @@ void ScheduleService::round() {
 }
 
 // Missions go by the clock on the wall of wherever the user is: their dates stay the same civil
-// days in another zone. A pass is for the rest of one mission, which now ends when the clock on this
-// wall says so; where another one or none is due, it is over.
+// days in another zone. A pass is for the rest of one mission, which now ends when the clock on
+// this wall says so; where another one or none is due, it is over.
 void ScheduleService::followZone() {
   Zone zone = ports_.clock.zone();
   if (zone == calendar_.zone()) return;

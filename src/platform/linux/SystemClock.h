@@ -12,8 +12,9 @@ class SystemClock : public Clock {
   Date now() const override;
   Monotonic monotonic() const override;
   // What /etc/localtime links to, else UTC. A change is seen at the next call; without one a call
-  // costs one system call. Not $TZ, with which every program that somebody starts has a place of its
-  // own: missions have the user's. VELMORA_TZ, for tests, goes before all when it names a zone.
+  // costs one system call. Not $TZ, with which every program that somebody starts may have a place
+  // of its own: missions have the user's. VELMORA_TZ, for tests, goes before all when it names a
+  // zone.
   Zone zone() const override;
 
  private:
