@@ -630,6 +630,7 @@ CommandResult CommandTable::run(std::string_view name, const Arguments& argument
   for (const auto& argument : arguments)
     if (!text::isValidUtf8(argument) || argument.find('\0') != std::string::npos)
       return CommandResult::misused("an argument is not text");
+  environment_.app.lifecycle.finishLaunching();
   for (const auto& command : commands())
     if (command.name == name) return command.run(environment_, arguments);
   return CommandResult::misused("no command “" + std::string(name) + "” (velmora help)");

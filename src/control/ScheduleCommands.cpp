@@ -497,7 +497,9 @@ CommandResult changePlanner(ScheduleService& s, Planner to, bool interrupt, bool
 
 }  // namespace
 
+// Each looks first where the user is: with nothing planned, nobody else does.
 CommandResult missions(const Environment& e, const Arguments& arguments) {
+  e.app.schedule.tick();
   if (arguments.empty() || arguments[0].starts_with("--")) return list(e, arguments);
   const Arguments rest(arguments.begin() + 1, arguments.end());
   if (arguments[0] == "list") return list(e, rest);
@@ -506,6 +508,7 @@ CommandResult missions(const Environment& e, const Arguments& arguments) {
 
 CommandResult schedule(const Environment& e, const Arguments& arguments) {
   ScheduleService& s = e.app.schedule;
+  s.tick();
   Arguments words = arguments;
   const bool isSure = takeFlag(words, "--yes");
   const bool interrupt = takeFlag(words, "--interrupt");

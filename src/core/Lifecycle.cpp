@@ -32,12 +32,18 @@ void Lifecycle::applicationDidFinishLaunching(Launch launch) {
   buildMenu();
   guardianInstalled.set(ports_.guardian.isInstalled());
   if (isLocked()) reconcileGuardian();
-  launch_ = loop_.after(kLaunchDelay, [this, launch] {
-    observeSessionState();
-    if (schedule_) schedule_->startMonitoring();
-    coordinator_.sync();
-    if (launch == Launch::shown) showWindow();
-  });
+  launching_ = launch;
+  launch_ = loop_.after(kLaunchDelay, [this] { finishLaunching(); });
+}
+
+void Lifecycle::finishLaunching() {
+  const auto launch = std::exchange(launching_, std::nullopt);
+  if (!launch) return;
+  launch_.reset();
+  observeSessionState();
+  if (schedule_) schedule_->startMonitoring();
+  coordinator_.sync();
+  if (launch == Launch::shown) showWindow();
 }
 
 // The first news is the state that a dead process may have left.
@@ -73,6 +79,7 @@ void Lifecycle::buildMenu() {
 }
 
 void Lifecycle::choose(const std::string& action) {
+  finishLaunching();
   if (action == "window show") showWindow();
   if (action == "end") endSessionWithAuth();
   if (action == "quit") applicationShouldTerminate();
@@ -148,6 +155,7 @@ void Lifecycle::endSession() {
 }
 
 bool Lifecycle::applicationShouldTerminate() {
+  finishLaunching();
   if (isLocked()) return false;
   // News that is still due would go with stop(), and a guardian left behind would undo the quit.
   reconcileGuardian();
@@ -158,6 +166,7 @@ bool Lifecycle::applicationShouldTerminate() {
 void Lifecycle::stop() {
   subscriptions_.clear();
   reaction_.reset();
+  launching_.reset();
   launch_.reset();
   if (schedule_) schedule_->stopMonitoring();
   // What was put off since the launch is still on disk as it was found.

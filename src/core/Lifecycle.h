@@ -73,6 +73,9 @@ class Lifecycle {
   // The end of launch: after 0.1 seconds session state is observed, missions run, blocking is
   // reconciled with all that and the window wanted.
   void applicationDidFinishLaunching(Launch launch);
+  // That at once, because somebody wants to know or to change something: until then a mission that
+  // is due does not run and locks nothing. Nothing happens before the launch, or after this.
+  void finishLaunching();
   // While true, the program refuses to quit.
   bool isLocked() const;
   // A running session that only the emergency pass ends.
@@ -120,6 +123,7 @@ class Lifecycle {
   const LateRef<Schedule>& schedule_;
   Reaction due_ = Reaction::none;
   std::shared_ptr<const bool> life_;  // what an open question holds weakly
+  std::optional<Launch> launching_;  // what is put off
   Subscription launch_;
   Subscription reaction_;
   std::vector<Subscription> subscriptions_;

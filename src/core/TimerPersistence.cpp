@@ -49,12 +49,17 @@ void TimerService::saveState(Preferences::Changes alongside) {
   preferences_.write(changes);
 }
 
+void TimerService::expectScheduledBlock(bool isExpected) {
+  preferences_.set("vm_schedule_session_active_v4",
+                   isExpected || isScheduledSessionActive.get());
+}
+
 void TimerService::restoreState() {
   if (preferences_.has("vm_timer_emergencyPassUsedAt"))
     emergencyPassUsedAt.set(
         Date::sinceUnixEpoch(preferences_.number("vm_timer_emergencyPassUsedAt")));
-  if (!preferences_.has("vm_timer_timeRemaining")) return;
   if (preferences_.boolean("vm_schedule_session_active_v4")) return restoreMissionRemains();
+  if (!preferences_.has("vm_timer_timeRemaining")) return;
 
   currentSessionType.set(
       sessionTypeFrom(preferences_.text("vm_timer_sessionType").value_or("focus")));

@@ -164,6 +164,9 @@ class TimerService {
   void switchSession(SessionType to);
   void useEmergencyPass();
 
+  // While a mission is expected to start, what a process that dies leaves is taken for its remains.
+  // Its start settles that.
+  void expectScheduledBlock(bool isExpected);
   void startScheduledBlock(const ScheduledBlock& block);
   void endScheduledBlock(bool recordCompletion);
   void stopScheduledSessionByUser();

@@ -19,6 +19,8 @@ constexpr const char* kEnabledKey = "vm_schedule_enabled";
 constexpr const char* kModeKey = "vm_schedule_planner_mode";
 constexpr const char* kHardRoutineKey = "vm_schedule_hardRoutine_v3";
 constexpr const char* kPassKey = "vm_schedule_passUntil";
+constexpr const char* kPassEntryKey = "vm_schedule_passEntry";
+constexpr const char* kPassDayKey = "vm_schedule_passDay";  // days since 1970
 constexpr const char* kAutoStartedKey = "vm_schedule_autoStarted";
 constexpr const char* kZoneKey = "vm_schedule_zone";  // in which the stored dates are days
 
@@ -33,9 +35,15 @@ constexpr int kEndOfDay = 1440;
 std::string listKey(Mode planner) {
   return planner == Mode::simple ? "vm_schedule_simple_entries_v1" : "vm_schedule_entries";
 }
-std::string damagedKey(Mode planner) {
-  return planner == Mode::simple ? "vm_schedule_simple_entries_v1_damaged"
-                                 : "vm_schedule_entries_damaged";
+std::string unreadKey(Mode planner) {
+  return listKey(planner) + "_unread";
+}
+// The first one is not overwritten: it may be the one that matters.
+std::string damagedKey(Mode planner, const Preferences& preferences) {
+  const std::string first = listKey(planner) + "_damaged";
+  std::string key = first;
+  for (int n = 2; preferences.has(key); ++n) key = first + "_" + std::to_string(n);
+  return key;
 }
 
 // Rounded up to minutes, then to the nearest hour or day.
@@ -71,20 +79,25 @@ ScheduleService::ScheduleService(TimerService& timer, FocusPresetStore& presets,
 
 void ScheduleService::load() {
   const Preferences& preferences = ports_.preferences;
-  const auto zone = Zone::named(preferences.text(kZoneKey).value_or(""));
-  const Calendar storedIn = zone ? Calendar(*zone) : calendar_;
+  // Whoever has travelled meanwhile is followed by the first tick.
+  if (const auto zone = Zone::named(preferences.text(kZoneKey).value_or("")))
+    calendar_ = Calendar(*zone);
   isEnabled.set(preferences.boolean(kEnabledKey));
-  for (const Mode planner : {Mode::calendar, Mode::simple})
-    listOf(planner).set(loadList(planner, storedIn));
+  for (const Mode planner : {Mode::calendar, Mode::simple}) {
+    if (preferences.boolean(unreadKey(planner))) unread_.insert(planner);
+    listOf(planner).set(loadList(planner));
+  }
   if (preferences.text(kModeKey) == "simple") operatingMode.set(Mode::simple);
   hardRoutineEnabled.set(preferences.has(kHardRoutineKey)
                              ? preferences.boolean(kHardRoutineKey)
                              : loadPomodoroSettings(preferences).isHardcore);
   if (const double until = preferences.number(kPassKey); until > 0)
     passBlockedUntil_ = Date::sinceUnixEpoch(until);
+  if (const auto id = Uuid::parse(preferences.text(kPassEntryKey).value_or("")))
+    passed_ = Civil{*id, local_days(chrono::days(preferences.integer(kPassDayKey)))};
 }
 
-std::vector<ScheduleEntry> ScheduleService::loadList(Mode planner, const Calendar& storedIn) {
+std::vector<ScheduleEntry> ScheduleService::loadList(Mode planner) {
   const Preferences& preferences = ports_.preferences;
   const std::string key = listKey(planner);
   const auto stored = preferences.read(key);
@@ -102,13 +115,13 @@ std::vector<ScheduleEntry> ScheduleService::loadList(Mode planner, const Calenda
       [&] { return global.template operator()<BlockedSite>("vm_blockedSites"); },
       [this] { return ports_.random.uuid(); }};
   auto value = json::parse(preferences.blob(key).value_or(""));
-  auto list = value ? decodeScheduleEntries(*value, storedIn, older)
+  auto list = value ? decodeScheduleEntries(*value, calendar_, older)
                     : json::Result<std::vector<ScheduleEntry>>(std::unexpected(value.error()));
   if (!list) {
     damaged_.emplace(planner, *stored);
+    unread_.insert(planner);
     return {};
   }
-  for (auto& entry : *list) entry.moveDates(storedIn, calendar_);
   return std::move(*list);
 }
 
@@ -124,17 +137,31 @@ void ScheduleService::save() {
                                {kHardRoutineKey, hardRoutineEnabled.get()},
                                {kZoneKey, calendar_.zone().name()}};
   for (auto& [planner, value] : std::exchange(damaged_, {})) {
-    ports_.log.notice("Missions: a stored list that could not be read is kept as " +
-                      damagedKey(planner));
-    changes.emplace_back(damagedKey(planner), std::move(value));
+    const std::string key = damagedKey(planner, ports_.preferences);
+    ports_.log.notice("Missions: a stored list that could not be read is kept as " + key);
+    changes.emplace_back(key, std::move(value));
   }
+  for (const Mode planner : {Mode::calendar, Mode::simple}) {
+    std::optional<PreferenceValue> mark;
+    if (unread_.contains(planner)) mark = true;
+    changes.emplace_back(unreadKey(planner), mark);
+  }
+  for (auto& change : passChanges()) changes.push_back(std::move(change));
   ports_.preferences.write(changes);
 }
 
+Preferences::Changes ScheduleService::passChanges() const {
+  std::optional<PreferenceValue> until, id, day;
+  if (passBlockedUntil_) until = passBlockedUntil_->secondsSinceUnixEpoch();
+  if (passBlockedUntil_ && passed_) {
+    id = passed_->entryID.text();
+    day = int64_t{passed_->day.time_since_epoch().count()};
+  }
+  return {{kPassKey, until}, {kPassEntryKey, id}, {kPassDayKey, day}};
+}
+
 bool ScheduleService::isListUnread(Mode planner) const {
-  const auto& list = planner == Mode::simple ? simpleEntries : entries;
-  return list.get().empty() &&
-         (damaged_.contains(planner) || ports_.preferences.has(damagedKey(planner)));
+  return unread_.contains(planner);
 }
 
 // --- what the user changes -----------------------------------------------------------------------
@@ -176,6 +203,7 @@ void ScheduleService::replace(Mode planner, std::vector<ScheduleEntry> with,
   if (with == list.get()) return;
   const std::vector<ScheduleEntry> old = list.get();
   const Calendar oldCalendar = calendar_;
+  unread_.erase(planner);
   list.set(std::move(with), [this] { didChange(); });
   if (!undoManager) return;
   undoManager->registerUndo(actionName, {planner, old},
@@ -256,6 +284,12 @@ const ScheduleService::Slot* ScheduleService::slotAt(Date at) const {
   return it == slots.end() ? nullptr : &*it;
 }
 
+std::optional<ScheduleService::Civil> ScheduleService::civilAt(Date at) const {
+  const Slot* slot = slotAt(at);
+  if (!slot) return {};
+  return Civil{activeScheduleEntries()[slot->index].id, dayOf(at).day};
+}
+
 void ScheduleService::forgetDerived() {
   day_.reset();
   next_.reset();
@@ -264,28 +298,41 @@ void ScheduleService::forgetDerived() {
 // --- the tick ------------------------------------------------------------------------------------
 
 void ScheduleService::startMonitoring() {
+  monitoring_ = Monitoring::on;
   monitor_.reset();
   syncScheduleAgent();
   tick();
-  monitor_ = ports_.loop.every(kTick, kTickTolerance, [this] { tick(); });
 }
 
 void ScheduleService::stopMonitoring() {
+  monitoring_ = Monitoring::stopped;
   monitor_.reset();
+  if (agentSync_) syncScheduleAgent();
 }
 
 void ScheduleService::tick() {
+  if (monitoring_ == Monitoring::stopped) return;
   ticksAgain_ = true;
   if (isTicking_) return;
   isTicking_ = true;
   while (std::exchange(ticksAgain_, false)) round();
   isTicking_ = false;
+  keepTicking();
+}
+
+// With nothing that could come due, the program sleeps until something is changed.
+void ScheduleService::keepTicking() {
+  const bool mayComeDue = isEnabled.get() && !activeScheduleEntries().empty();
+  if (monitoring_ != Monitoring::on || (!mayComeDue && !passBlockedUntil_))
+    monitor_.reset();
+  else if (!monitor_)
+    monitor_ = ports_.loop.every(kTick, kTickTolerance, [this] { tick(); });
 }
 
 // An observer that changes the schedule meanwhile has asked for another round: this one ends where
 // it would go by what no longer holds.
 void ScheduleService::round() {
-  const bool hasTravelled = followZone();
+  followZone();
   const Date now = ports_.clock.now();
   std::optional<Slot> occurrence;  // a copy: observers may change the schedule below
   if (const Slot* slot = slotAt(now)) occurrence = *slot;
@@ -296,11 +343,6 @@ void ScheduleService::round() {
   // A pass that has run out is over for good, also when the clock is then set back.
   if (!occurrence || (passBlockedUntil_ && now >= *passBlockedUntil_)) forgetPass();
   const bool isPassActive = passBlockedUntil_.has_value();
-  // A pass is for the rest of the mission, which now ends when the clock on this wall says so.
-  if (hasTravelled && isPassActive) {
-    passBlockedUntil_ = occurrence->end;
-    ports_.preferences.set(kPassKey, occurrence->end.secondsSinceUnixEpoch());
-  }
 
   const bool isHard = occurrence && hardRoutineEnabled.get() && !isPassActive;
   isHardRoutineActive.setIfChanged(isHard);
@@ -313,8 +355,11 @@ void ScheduleService::round() {
   } else {
     const Uuid id = activeScheduleEntries()[occurrence->index].id;
     const bool isLeftAlone = isStopped(id, now) && !hardRoutineEnabled.get();
-    // A mission that was put in front of the stopped one is over, and nothing takes its place.
-    if (isLeftAlone && timer_.isScheduledSessionActive.get()) endMission(true, now);
+    // A mission that was put in front of the stopped one is over, and nothing takes its place. The
+    // stopped one itself is just being ended by whoever stopped it.
+    const bool runsAnother =
+        timer_.isScheduledSessionActive.get() && timer_.scheduledBlockID.get() != id;
+    if (isLeftAlone && runsAnother) endMission(true, now);
     if (isLeftAlone || isRunning(id, *occurrence))
       activeEntryID.setIfChanged(id);
     else
@@ -324,10 +369,11 @@ void ScheduleService::round() {
 }
 
 // Missions go by the clock on the wall of wherever the user is: their dates stay the same civil
-// days in another zone.
-bool ScheduleService::followZone() {
+// days in another zone. A pass is for the rest of one mission, which now ends when the clock on
+// this wall says so; where another one or none is due, it is over.
+void ScheduleService::followZone() {
   Zone zone = ports_.clock.zone();
-  if (zone == calendar_.zone()) return false;
+  if (zone == calendar_.zone()) return;
   const Calendar from = std::exchange(calendar_, Calendar(std::move(zone)));
   const auto moved = [&](std::vector<ScheduleEntry> list) {
     for (auto& entry : list) entry.moveDates(from, calendar_);
@@ -335,16 +381,23 @@ bool ScheduleService::followZone() {
   };
   forgetDerived();
   entries.setIfChanged(moved(entries.get()));
+  forgetDerived();  // what an observer has asked for meanwhile
   simpleEntries.setIfChanged(moved(simpleEntries.get()));
+  forgetDerived();
+  if (passBlockedUntil_) {
+    const Date now = ports_.clock.now();
+    const bool isSame = passed_ && civilAt(now) == passed_;
+    passBlockedUntil_ = isSame ? std::optional(slotAt(now)->end) : std::nullopt;
+  }
   travelled.send(calendar_.zone());
   save();
   syncScheduleAgentSoon();
-  return true;
 }
 
 void ScheduleService::forgetPass() {
   passBlockedUntil_.reset();
-  ports_.preferences.remove(kPassKey);
+  passed_.reset();
+  ports_.preferences.write(passChanges());
 }
 
 // A stop holds for the rest of that occurrence and for no later one.
@@ -372,11 +425,16 @@ void ScheduleService::startMission(const Slot& occurrence) {
   const ScheduleEntry entry = activeScheduleEntries()[occurrence.index];
   const bool isSame =
       timer_.isScheduledSessionActive.get() && timer_.scheduledBlockID.get() == entry.id;
-  if (isSame && timer_.scheduledEndDate() <= ports_.clock.now()) timer_.endScheduledBlock(true);
+  const Date now = ports_.clock.now();
+  noteStepBack(now);
+  // Another occurrence of it is over, or has not begun after all.
+  if (isSame && (timer_.scheduledEndDate() <= now || now < timer_.scheduledStartDate()))
+    timer_.endScheduledBlock(true);
   if (stopped_ && stopped_->entryID == entry.id) stopped_.reset();
 
   const bool isSoft = entry.protectionMode == ScheduleProtectionMode::soft;
   const FocusPreset* preset = isSoft ? nullptr : presets_.resolve(entry.presetID);
+  timer_.expectScheduledBlock(true);
   const std::string presetName = preset ? preset->name : "Focus protection";
   if (preset)
     presets_.beginFocus(*preset, entry.label);
@@ -400,6 +458,7 @@ void ScheduleService::startMission(const Slot& occurrence) {
   timer_.startScheduledBlock(block);
   if (!isRunning(entry.id, occurrence)) {  // its end has just passed
     presets_.clearActiveContext();
+    timer_.expectScheduledBlock(false);
     return;
   }
   activeEntryID.setIfChanged(entry.id);
@@ -412,15 +471,17 @@ void ScheduleService::startMission(const Slot& occurrence) {
 }
 
 void ScheduleService::endMission(bool recordCompletion, Date now) {
-  if (timer_.isScheduledSessionActive.get()) {
-    if (const auto start = timer_.scheduledStartDate(); start && now < *start)
-      ports_.log.notice("Missions: the clock was set back to before the start of “" +
-                        timer_.scheduledMissionName.get() + "”, which ends");
-    timer_.endScheduledBlock(recordCompletion);
-  }
+  noteStepBack(now);
+  timer_.endScheduledBlock(recordCompletion);
   activeEntryID.setIfChanged(std::nullopt);
   ports_.preferences.set(kAutoStartedKey, false);
   screens_.dismissScheduledTransition();
+}
+
+void ScheduleService::noteStepBack(Date now) {
+  if (const auto start = timer_.scheduledStartDate(); start && now < *start)
+    ports_.log.notice("Missions: the clock was set back to before the start of “" +
+                      timer_.scheduledMissionName.get() + "”, which ends");
 }
 
 // --- stop and pass -------------------------------------------------------------------------------
@@ -431,7 +492,7 @@ void ScheduleService::suppressCurrentOccurrence() {
   auto id = activeEntryID.get();
   if (const Slot* slot = slotAt(now); !id && slot) id = activeScheduleEntries()[slot->index].id;
   stopped_.reset();
-  if (id) stopped_ = Stopped{*id, dayOf(now).day};
+  if (id) stopped_ = Civil{*id, dayOf(now).day};
   ports_.preferences.set(kAutoStartedKey, false);
   if (id && neighbours_.bridge) neighbours_.bridge->blockStoppedHere(*id);
 }
@@ -442,10 +503,12 @@ Preferences::Changes ScheduleService::activateEmergencyPass() {
   const Slot* slot = slotAt(now);
   const Date until = slot ? slot->end : now + kPassWithoutMission;
   passBlockedUntil_ = until;
+  passed_ = civilAt(now);
   isHardRoutineActive.setIfChanged(false);
   timer_.setScheduledHardModeActive(false);
   screens_.dismissScheduledTransition();
-  return {{kPassKey, until.secondsSinceUnixEpoch()}};
+  keepTicking();  // until the pass is over
+  return passChanges();
 }
 
 // --- the next mission ----------------------------------------------------------------------------
@@ -502,6 +565,7 @@ void ScheduleService::syncScheduleAgentSoon() {
 }
 
 void ScheduleService::syncScheduleAgent() {
+  agentSync_.reset();
   WatchTable table;
   if (isEnabled.get())
     table = makeWatchTable(activeScheduleEntries(), calendar_, ports_.clock.now(),

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -54,7 +55,7 @@ class ScheduleService final : public TimerService::Schedule, public Lifecycle::S
     Date end;
   };
 
-  // Loads; starts and saves nothing. All outlive this object.
+  // Loads, in the zone of the last save; starts and saves nothing. All outlive this object.
   ScheduleService(TimerService& timer, FocusPresetStore& presets, FocusSessionCoordinator& screens,
                   const StoredSwitch& uses24HourTime, const Ports& ports,
                   const Neighbours& neighbours);
@@ -102,7 +103,9 @@ class ScheduleService final : public TimerService::Schedule, public Lifecycle::S
   // False: refused, because a mission is running. Forfeits a pass.
   bool changeOperatingMode(ScheduleOperatingMode to, bool interruptCurrent);
 
+  // From here on a tick comes once a second, while there is a mission in force that could be due.
   void startMonitoring() override;
+  // No tick does anything any more, and the watchdog is told at once what it still has to know.
   void stopMonitoring() override;
   // Idempotent for a moment. Reached from inside itself, it asks for another round and returns.
   void tick();
@@ -124,9 +127,11 @@ class ScheduleService final : public TimerService::Schedule, public Lifecycle::S
     Date end;
     std::vector<Slot> slots;  // in the order in which they claim a moment
   };
-  struct Stopped {
+  // An occurrence, wherever the user is.
+  struct Civil {
     Uuid entryID;
     std::chrono::local_days day;
+    bool operator==(const Civil&) const = default;
   };
   struct Next {
     Date foundAt;
@@ -137,8 +142,9 @@ class ScheduleService final : public TimerService::Schedule, public Lifecycle::S
 
   Value<std::vector<ScheduleEntry>>& listOf(ScheduleOperatingMode planner);
   void load();
-  std::vector<ScheduleEntry> loadList(ScheduleOperatingMode planner, const Calendar& storedIn);
+  std::vector<ScheduleEntry> loadList(ScheduleOperatingMode planner);
   void save();
+  Preferences::Changes passChanges() const;
   void didChange();
   void syncScheduleAgentSoon();
   void syncScheduleAgent();
@@ -147,11 +153,14 @@ class ScheduleService final : public TimerService::Schedule, public Lifecycle::S
 
   const Day& dayOf(Date at) const;
   const Slot* slotAt(Date at) const;
+  std::optional<Civil> civilAt(Date at) const;
   void forgetDerived();
 
   void round();
-  bool followZone();
+  void followZone();
   void forgetPass();
+  void keepTicking();
+  void noteStepBack(Date now);
   bool isStopped(const Uuid& entryID, Date now);
   bool isRunning(const Uuid& entryID, const Slot& occurrence) const;
   void startMission(const Slot& occurrence);
@@ -168,11 +177,16 @@ class ScheduleService final : public TimerService::Schedule, public Lifecycle::S
 
   Calendar calendar_;
   std::optional<Date> passBlockedUntil_;
-  std::optional<Stopped> stopped_;  // what the user has stopped by hand
-  // Stored lists that could not be read, until they are set aside.
+  std::optional<Civil> passed_;   // what the pass was used on
+  std::optional<Civil> stopped_;  // what the user has stopped by hand
+  // Stored lists that could not be read, until they are set aside, and what they were lists of,
+  // until the user makes another one.
   std::map<ScheduleOperatingMode, PreferenceValue> damaged_;
+  std::set<ScheduleOperatingMode> unread_;
   mutable std::optional<Day> day_;
   std::optional<Next> next_;
+  enum class Monitoring { notYet, on, stopped };
+  Monitoring monitoring_ = Monitoring::notYet;
   bool isTicking_ = false;
   bool ticksAgain_ = false;
 

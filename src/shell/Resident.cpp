@@ -114,6 +114,9 @@ class Resident {
     app_.start(launch);
     agentQueue_.post([this] { guardian_.revive(); });
     stopped_ = app_.lifecycle.hasStopped.onWrite([this](bool) { loop_.quit(); });
+    // A mission that is due by now does not wait for its second.
+    awakenings_ =
+        session_.awakenings().onWrite([this](const auto&) { app_.schedule.tick(); });
     signals_ = loop_.onSignal({SIGTERM, SIGINT, SIGHUP}, [this](int) { end(); });
     loop_.run();
     return 0;
@@ -196,6 +199,7 @@ class Resident {
   bool isEnding_ = false;
   Subscription quit_;
   Subscription stopped_;
+  Subscription awakenings_;
   Subscription signals_;
 };
 

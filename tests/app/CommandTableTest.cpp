@@ -115,6 +115,7 @@ TEST_F(CommandTableTest, ListsTakeSitesAppsAndPresets) {
 }
 
 TEST_F(CommandTableTest, AMissionHasTheClockAndTheMode) {
+  d.app->lifecycle.finishLaunching();
   TimerService::ScheduledBlock block;
   block.missionName = "Thesis";
   block.endDate = d.clock.now() + Seconds(3600);
@@ -235,6 +236,7 @@ TEST_F(ControlServerTest, AnEndlessLineEndsItsOwnConnectionOnly) {
 }
 
 TEST_F(ControlServerTest, ASubscriberHearsTheStateAndThenOnlyWhatChanged) {
+  world.advance(Seconds(0.2));  // to the end of the launch
   const auto client = connect();
   EXPECT_NE(ask(client, "{\"subscribe\":true}\n").find("{\"state\":{"), std::string::npos);
   client->received.clear();

@@ -1,4 +1,4 @@
-#include "support/SimDevice.h"
+#include "support/ControlDevice.h"
 
 namespace velmora {
 namespace {
@@ -79,6 +79,80 @@ TEST_F(MissionsTest, AKillInsideAMissionEndsItForNoLongerThanTheProgramIsGone) {
     EXPECT_TRUE(app().screens.scheduledTransition.get());
     EXPECT_TRUE(app().lifecycle.isLocked());
     EXPECT_FALSE(app().lifecycle.isWindowWanted.get());
+  }
+}
+
+TEST_F(MissionsTest, HoldFromTheFirstCommandAfterALaunchOn) {
+  app().schedule.setHardRoutineEnabled(true);
+  ScheduleEntry brak = app().schedule.entries.get()[1];
+  goTo(616);
+  const std::vector<std::vector<std::string>> commands = {
+      {"schedule", "off", "--yes"},
+      {"schedule", "hard-routine", "off"},
+      {"schedule", "mode", "simple", "--interrupt", "--yes"},
+      {"missions", "remove", brak.id.text()},
+      {"quit"},
+      {"end"},
+      {"mode", "soft"},
+      {"skip"},
+      {"screen", "stopwatch"},
+      {"settings", "set", "isBrakModeEnabled", "false"}};
+  for (const auto& command : commands) {
+    device.kill();
+    device.boot();
+    sim::Control control(device);
+    app().start(Lifecycle::Launch::silent);
+    EXPECT_EQ(control.status(command[0], {command.begin() + 1, command.end()}), 1) << command[0];
+    EXPECT_TRUE(app().lifecycle.isLocked() && running() == "Deep") << command[0];
+    EXPECT_FALSE(control.hasQuit || app().lifecycle.hasStopped.get());
+  }
+  app().lifecycle.stop();
+  app().schedule.tick();
+  EXPECT_EQ(running(), "Deep") << "who ends, begins nothing";
+}
+
+TEST_F(MissionsTest, AStopByHandDoesNotOutliveTheProgram) {
+  goTo(605);
+  timer().reset();
+  wait(5);
+  EXPECT_EQ(running(), "-");
+  device.relaunch(Seconds(5));
+  wait(1);
+  EXPECT_EQ(running(), "No X");
+}
+
+TEST_F(MissionsTest, TheWatchdogKnowsOfAnEditThatTheProgramEndsUpon) {
+  goTo(640);
+  app().schedule.replaceEntries({mission("new", 700, 710)}, nullptr, "");
+  EXPECT_TRUE(app().lifecycle.applicationShouldTerminate());
+  wait(0);
+  EXPECT_EQ(device.scheduleAgent.installed->entries.at(0).startMinutes, 700);
+}
+
+TEST_F(MissionsTest, AStartIsMadeGoodAsSoonAsTheSystemWakes) {
+  goTo(590);
+  world.jump(Seconds(15 * 60));
+  app().schedule.tick();
+  EXPECT_EQ(running(), "No X");
+}
+
+TEST_F(MissionsTest, AKillInTheMiddleOfAStartLeavesNoFocusBehind) {
+  goTo(590);
+  std::vector<Preferences::Changes> journal;
+  device.preferences.journal = &journal;
+  const auto before = device.preferences.all();
+  app().schedule.setEnabled(false);
+  world.jump(Seconds(30 * 60));
+  app().schedule.setEnabled(true);
+  device.preferences.journal = nullptr;
+  ASSERT_TRUE(app().presets.hasActiveFocusContext());
+  sim::FakePreferences disk;
+  for (const auto& [key, value] : before) disk.set(key, value);
+  for (size_t written = 0; written < journal.size(); ++written) {
+    disk.write(journal[written]);
+    EXPECT_TRUE(!disk.has("vm_focus_active_context_v2") ||
+                disk.boolean("vm_schedule_session_active_v4"))
+        << written;
   }
 }
 

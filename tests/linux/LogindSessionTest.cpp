@@ -119,6 +119,7 @@ TEST_F(LogindSessionTest, MakesRoomForALockerFromTheRequestOn) {
   ASSERT_TRUE(locks(ScreenLock::asked));
   mock(kManager, "EmitSignal", "sssav", kManagerInterface, "PrepareForSleep", "b", 1, "b", 0);
   EXPECT_TRUE(locks(ScreenLock::none)) << "nobody came to lock";
+  EXPECT_EQ(session->awakenings().get(), 1);
 }
 
 TEST_F(LogindSessionTest, OutlivesALostBusAndALateLoginManager) {

@@ -73,8 +73,12 @@ void Expectation::tick(Date at) {
         });
     if (!lasts) stopped.reset();
   }
+  // A pass goes with its mission, and is of no other.
+  if (passUntil && hasTravelled) {
+    const bool isSame = due && passed && passed->id == due->mission->id && passed->day == due->day;
+    passUntil = isSame ? std::optional(due->end) : std::nullopt;
+  }
   if (!due || (passUntil && at >= *passUntil)) passUntil.reset();
-  if (passUntil && hasTravelled) passUntil = due->end;
 
   if (due && isHard && !passUntil) session.becomesHard();
   const bool isLeft = due && stopped && stopped->id == due->mission->id && !isHard;
@@ -89,8 +93,9 @@ void Expectation::tick(Date at) {
     return session.missionIsAt(there.type, there.remaining);
   }
   if (stopped && stopped->id == due->mission->id) stopped.reset();
-  // A block of the same mission whose end has passed is over before the next one begins.
-  if (running && running->mission.id == due->mission->id && running->end <= at)
+  // Another block of the same mission is over before this one begins.
+  if (running && running->mission.id == due->mission->id &&
+      (running->end <= at || at < running->start))
     session.missionEnds(at.secondsSinceUnixEpoch());
   running = Running{*due->mission, due->start, due->end, session.settings};
   const Phase first = phase(at);
@@ -155,6 +160,8 @@ void Expectation::pass(Date at) {
   passUsedAt = at.secondsSinceUnixEpoch();
   const auto due = this->due(at);
   stopped.reset();
+  passed.reset();
+  if (due) passed = Stop{due->mission->id, due->day};
   passUntil = due ? due->end : at + Seconds(3600);
   running.reset();
   session.pass(*passUsedAt);
@@ -167,7 +174,6 @@ void Expectation::quit(Date at) {
 void Expectation::relaunch(Date boot) {
   stopped.reset();
   running.reset();
-  hasTravelled_ = false;
   forgetDay();
   session.relaunch(boot.secondsSinceUnixEpoch());
   tick(boot + Seconds(0.1));

@@ -32,6 +32,7 @@ struct Expectation {
     bool operator==(const Stop&) const = default;
   };
   std::optional<Stop> stopped;
+  std::optional<Stop> passed;  // what the pass was used on
   struct Running {
     Mission mission;
     Date start, end;

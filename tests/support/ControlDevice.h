@@ -20,12 +20,9 @@ class FakeDiagnostics final : public Diagnostics {
   std::vector<Finding> examine() override { return {}; }
 };
 
-// A simulated desktop whose application can be told what to do.
-struct ControlDevice : SimDevice {
-  explicit ControlDevice(World& w) : SimDevice(w) {
-    server.start();
-    start();
-  }
+// What the application of a simulated desktop is told through. Goes with that application.
+struct Control {
+  explicit Control(SimDevice& d) : device(d) {}
   CommandResult tell(std::string_view name, const std::vector<std::string>& arguments = {}) {
     return commands.run(name, arguments);
   }
@@ -33,14 +30,23 @@ struct ControlDevice : SimDevice {
     return tell(name, arguments).status;
   }
 
+  SimDevice& device;
   FakeLinks links;
   FakeDiagnostics diagnostics;
   bool hasQuit = false;
-  StateDocument state{*app, catalog, links, "0.0"};
-  CommandTable commands{
-      {*app, catalog, preferences, state, diagnostics, authentication, [this] { hasQuit = true; },
-       [](const auto&) { return CommandResult::refused("none"); }}};
-  ControlServer server{listeners, *loop, log, commands, state};
+  StateDocument state{*device.app, device.catalog, links, "0.0"};
+  CommandTable commands{{*device.app, device.catalog, device.preferences, state, diagnostics,
+                         device.authentication, [this] { hasQuit = true; },
+                         [](const auto&) { return CommandResult::refused("none"); }}};
+  ControlServer server{device.listeners, *device.loop, device.log, commands, state};
+};
+
+// A simulated desktop whose application can be told what to do.
+struct ControlDevice : SimDevice, Control {
+  explicit ControlDevice(World& w) : SimDevice(w), Control(static_cast<SimDevice&>(*this)) {
+    server.start();
+    start();
+  }
 };
 
 }  // namespace velmora::sim

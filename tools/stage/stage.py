@@ -91,6 +91,8 @@ class Velmora:
 
     def __init__(self, display=None, **variables):
         self.home = Home()
+        if "TZ" in variables:  # which our programs do not go by
+            variables["VELMORA_TZ"] = variables["TZ"]
         self.display, self.variables = display, variables
         self.process = None
         self.log = self.home.path + "/velmora.log"

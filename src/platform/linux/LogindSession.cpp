@@ -55,6 +55,7 @@ class LogindSession::Impl {
 
   bool onConsoleAndUnlocked() const { return active_ && !locked_; }
   const Property<ScreenLock>& screenLock() const { return screenLock_; }
+  const Property<int64_t>& awakenings() const { return awakenings_; }
 
  private:
   void connect() {
@@ -119,6 +120,7 @@ class LogindSession::Impl {
     if (sd_bus_message_read(signal, "b", &begins) <= 0) return;
     isSleeping_ = begins != 0;
     onLockAsked();  // a locker may come before or after
+    if (!isSleeping_) awakenings_.set(awakenings_.get() + 1);
   }
 
   int matchLocal() {
@@ -261,6 +263,7 @@ class LogindSession::Impl {
   bool locked_ = false;
   bool isSleeping_ = false;
   Property<ScreenLock> screenLock_{ScreenLock::none};
+  Property<int64_t> awakenings_{0};
   Slot disconnected_, owner_, sessionNew_, sessionRemoved_, sleep_, changed_, lock_, unlock_, find_,
       read_;
   Subscription lockAsked_;
@@ -276,6 +279,9 @@ bool LogindSession::onConsoleAndUnlocked() const {
 }
 const Property<ScreenLock>& LogindSession::screenLock() const {
   return impl_->screenLock();
+}
+const Property<int64_t>& LogindSession::awakenings() const {
+  return impl_->awakenings();
 }
 
 }  // namespace velmora

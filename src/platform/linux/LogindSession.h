@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "base/Date.h"
@@ -27,6 +28,8 @@ class LogindSession {
   // Locked as long as the session is marked so. Asked from the moment when the system is about to
   // sleep, and for some seconds after it woke up or the session was told to lock.
   const Property<ScreenLock>& screenLock() const;
+  // The system has woken up, the how manieth time since this object knows.
+  const Property<int64_t>& awakenings() const;
 
  private:
   class Impl;

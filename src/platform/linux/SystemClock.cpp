@@ -22,11 +22,9 @@ std::string linkText(const char* path) {
   return n > 0 ? std::string(text, static_cast<size_t>(n)) : "";
 }
 
-// What $TZ may say: a name, or the path of a file of the database, either behind a colon.
-std::string environmentName() {
-  const char* tz = std::getenv("TZ");
-  const std::string text = !tz ? "" : *tz == ':' ? tz + 1 : tz;
-  return text.starts_with('/') ? zoneNameInPath(text) : text;
+std::string nameForTests() {
+  const char* name = std::getenv("VELMORA_TZ");
+  return name ? name : "";
 }
 
 }  // namespace
@@ -53,7 +51,7 @@ Monotonic SystemClock::monotonic() const {
 }
 
 Zone SystemClock::zone() const {
-  const std::string asked = environmentName();
+  const std::string asked = nameForTests();
   const std::string link = linkText("/etc/localtime");
   const std::string texts = asked + '\n' + link;
   if (texts == known_) return zone_;

@@ -11,8 +11,10 @@ class SystemClock : public Clock {
  public:
   Date now() const override;
   Monotonic monotonic() const override;
-  // $TZ when it names a zone of the database, else what /etc/localtime links to, else UTC. A change
-  // is seen at the next call; without one a call costs one system call.
+  // What /etc/localtime links to, else UTC. A change is seen at the next call; without one a call
+  // costs one system call. Not $TZ, with which every program that somebody starts may have a place
+  // of its own: missions have the user's. VELMORA_TZ, for tests, goes before all when it names a
+  // zone.
   Zone zone() const override;
 
  private:

@@ -311,7 +311,7 @@ std::vector<ScheduleCalendarOccurrence> ScheduleCalendarMath::occurrences(
     const auto ofDay = static_cast<std::ptrdiff_t>(out.size());
     const local_days day = ScheduleCalendarMath::day(date, calendar);
     for (const auto& entry : entries)
-      if (occursOnDay(entry, day, calendar)) out.push_back({entry, date});
+      if (entry.occurrence(day, calendar)) out.push_back({entry, date});
     std::stable_sort(out.begin() + ofDay, out.end(), [](const auto& a, const auto& b) {
       return std::pair(a.entry.startMinutes, a.entry.endMinutes) <
              std::pair(b.entry.startMinutes, b.entry.endMinutes);

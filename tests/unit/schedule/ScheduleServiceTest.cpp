@@ -200,6 +200,45 @@ TEST_F(Schedule, IdleTicksCostNoWriteAndNoNews) {
   EXPECT_EQ(news, 0);
 }
 
+TEST_F(Schedule, WithNothingInForceTheProgramSleepsUntilSomethingChanges) {
+  const auto readings = [&] {  // of the clock, in a minute
+    clock.perReading = Seconds(1);
+    const Date before = clock.now();
+    world.advance(Seconds(60));
+    const auto read = wholeSeconds(clock.now() - before) - 61;
+    clock.perReading = Seconds(0);
+    return read;
+  };
+  plan({mission("A", 540, 600)});
+  go(550);
+  schedule().startMonitoring();
+  schedule().setEnabled(false);
+  world.advance(Seconds(1));
+  EXPECT_EQ(readings(), 0);
+  schedule().activateEmergencyPass();
+  world.advance(Seconds(1.1));
+  EXPECT_FALSE(schedule().hasPass());
+  EXPECT_EQ(readings(), 0);
+  schedule().setEnabled(true);
+  EXPECT_EQ(state(), "A");
+  EXPECT_GT(readings(), 59);
+  schedule().replaceEntries({}, nullptr, "");
+  EXPECT_EQ(state(), "-");
+  EXPECT_EQ(readings(), 0);
+}
+
+TEST_F(Schedule, ATickBetweenAStopAndItsEndRecordsNothing) {
+  plan({mission("A", 540, 600)});
+  go(550);
+  schedule().suppressCurrentOccurrence();
+  schedule().tick();
+  EXPECT_EQ(state(), "A");
+  timer().endScheduledBlock(false);
+  schedule().tick();
+  EXPECT_EQ(state(), "(stopped)");
+  EXPECT_EQ(done(), 0);
+}
+
 TEST_F(Schedule, ATickReachedFromInsideItselfAsksForAnotherRound) {
   plan({mission("A", 540, 600)});
   const auto off = schedule().isCurrentlyInBlock.onWrite([&](bool in) {
@@ -235,8 +274,15 @@ TEST_F(Schedule, StoredListsThatCannotBeReadAreSetAsideBeforeTheyAreOverwritten)
   EXPECT_EQ(schedule().simpleEntries.get().at(0).label, "kept");
   EXPECT_TRUE(schedule().isListUnread(ScheduleOperatingMode::calendar));
   EXPECT_FALSE(schedule().isListUnread(ScheduleOperatingMode::simple));
+  preferences.setBlob(key, R"([{"days":[9]}])");
+  relaunch();
   plan({mission("A", 540, 600)});
   EXPECT_FALSE(schedule().isListUnread(ScheduleOperatingMode::calendar));
+  plan({});
+  relaunch();
+  EXPECT_FALSE(schedule().isListUnread(ScheduleOperatingMode::calendar)) << "the user's, and empty";
+  EXPECT_EQ(preferences.blob(aside), R"([{"days":[8]}])") << "the first one is kept";
+  EXPECT_EQ(preferences.blob(std::string(aside) + "_2"), R"([{"days":[9]}])");
 }
 
 TEST_F(Schedule, ComesBackAsItWasStoredAndTakesHardRoutineFromOlderSettings) {

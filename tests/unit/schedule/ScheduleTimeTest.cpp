@@ -76,6 +76,9 @@ TEST_F(ScheduleTime, NineIsNineOnBothChangeDaysAndWhatAGapSwallowsIsNotAnnounced
   EXPECT_EQ(schedule().nextBlockDescription.get(), "nine · Today 09:00 · in 7 hr.");
   set(at(2026y / 3 / 29, 180));  // the first instant after the gap
   EXPECT_EQ(state(), "-");
+  const Calendar here(clock.zone());
+  const auto week = ScheduleCalendarMath::weekStart(clock.now(), here);
+  EXPECT_EQ(ScheduleCalendarMath::occurrences(schedule().entries.get(), week, here).size(), 13u);
   set(at(2026y / 10 / 25, 130) + Seconds(3600));  // the repeated one
   EXPECT_EQ(state(), "-");
 }
@@ -167,6 +170,48 @@ TEST_F(ScheduleTime, AStopAndAPassTravelWithTheirMission) {
   EXPECT_EQ(state(), "(pass)");
   go(720, 2);
   EXPECT_EQ(state(), "A");
+}
+
+TEST_F(ScheduleTime, APassIsOfTheMissionThatItWasUsedOn) {
+  const struct {
+    double minute;  // in Berlin
+    const char* to;
+    const char* state;
+  } rows[] = {{990, "Europe/London", "A (pass)"},        // an hour more of the same mission
+              {990, "Asia/Karachi", "-"},                // out of it
+              {900, "America/New_York", "early hard"},   // into another one
+              {900, "Pacific/Kiritimati", "early hard"}};  // of the next day
+  for (const auto& row : rows)
+    for (const bool isRelaunched : {false, true}) {
+      SCOPED_TRACE(row.to);
+      preferences.remove("vm_timer_emergencyPassUsedAt");
+      travel("Europe/Berlin");
+      relaunch();
+      plan({mission("early", 120, 600), mission("A", 840, 1020)});
+      schedule().setHardRoutineEnabled(true);
+      go(row.minute);
+      timer().useEmergencyPass();
+      ASSERT_EQ(state(), "(pass)");
+      travel(row.to);
+      if (isRelaunched)
+        relaunch();
+      else
+        schedule().tick();
+      EXPECT_EQ((state() == "(pass)" ? "A " : "") + state(), row.state);
+      if (state() != "(pass)") continue;
+      const auto end = Calendar(clock.zone()).instant(kMonday, 1020).secondsSinceUnixEpoch();
+      EXPECT_EQ(preferences.number("vm_schedule_passUntil"), end);
+    }
+}
+
+TEST_F(ScheduleTime, AStepBackIntoAnEarlierDayOfTheSameMissionEndsTheOneThatRan) {
+  plan({mission("A", 0, 1440)});
+  go(600, 1);
+  done();
+  go(600, 0);
+  EXPECT_EQ(state(), "A");
+  EXPECT_EQ(done(), 1);
+  EXPECT_EQ(log.notices.size(), 1u);
 }
 
 TEST_F(ScheduleTime, ASuspendOverAStartOrAnEndIsMadeGoodOnWaking) {
