@@ -224,6 +224,7 @@ TEST_F(Schedule, WithNothingInForceTheProgramSleepsUntilSomethingChanges) {
   EXPECT_GT(readings(), 59);
   schedule().replaceEntries({}, nullptr, "");
   EXPECT_EQ(state(), "-");
+  world.advance(Seconds(1));
   EXPECT_EQ(readings(), 0);
 }
 
