@@ -320,10 +320,11 @@ void ScheduleService::tick() {
   keepTicking();
 }
 
-// With nothing that could come due, the program sleeps until something is changed.
+// Without any mission the program sleeps until something is changed. Missions that are not in force
+// keep it awake all the same: their days follow a traveller.
 void ScheduleService::keepTicking() {
-  const bool mayComeDue = isEnabled.get() && !activeScheduleEntries().empty();
-  if (monitoring_ != Monitoring::on || (!mayComeDue && !passBlockedUntil_))
+  const bool isPlanned = !entries.get().empty() || !simpleEntries.get().empty();
+  if (monitoring_ != Monitoring::on || (!isPlanned && !passBlockedUntil_))
     monitor_.reset();
   else if (!monitor_)
     monitor_ = ports_.loop.every(kTick, kTickTolerance, [this] { tick(); });
