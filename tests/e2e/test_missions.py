@@ -170,7 +170,8 @@ class Watchdog(unittest.TestCase):
         self.assertSoon(Place.is_running, MOMENT)
         self.assertLess(self.places[0].minute(), coming + 2 * MOMENT / 60)
         for place in self.places:
-            self.assertFalse(place.processes(PROGRAMS + "/velmora-window"), "it is a start without a window")
+            surfaces = json.loads(place.velmora.tell("state"))["surfaces"]
+            self.assertFalse(surfaces["window"]["wanted"], "it is a start without a window, but for the notice")
             self.assertEqual(len(place.residents()), 1)
         if self.places[-1].has_manager:
             with open("/proc/%d/cgroup" % self.places[-1].residents()[0]) as group:
