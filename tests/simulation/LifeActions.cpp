@@ -327,11 +327,6 @@ void Life::fault() {
       world_.jump(Seconds(hours * 3600));
       device_.clock.localZone = *Zone::named(place);
       expected_.travel(device_.clock.localZone);
-      // With nothing in force nobody looks where the user is, until a command about missions comes.
-      if (!expected_.isEnabled || expected_.inForce().empty()) {
-        app().schedule.tick();
-        expected_.tick(now());
-      }
       break;
     }
     default:
