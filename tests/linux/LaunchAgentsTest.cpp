@@ -4,22 +4,11 @@
 #include "platform/linux/CommandProcesses.h"
 #include "platform/linux/LaunchAgentFiles.h"
 #include "platform/linux/LaunchAgents.h"
+#include "support/NotedProcesses.h"
 #include "support/TempFolder.h"
 
 namespace velmora {
 namespace {
-
-// Takes note of what is run; the user manager obeys or does not.
-struct Noted : Processes {
-  std::optional<Outcome> run(const std::vector<std::string>& arguments) override {
-    std::string line;
-    for (const auto& word : arguments) line += (line.empty() ? "" : " ") + word;
-    if (line.find("import-environment") == line.npos) lines.push_back(line);
-    return Outcome{obeys ? 0 : 1, ""};
-  }
-  std::vector<std::string> lines;
-  bool obeys = true;
-};
 
 class LaunchAgents : public testing::Test {
  protected:
@@ -27,7 +16,7 @@ class LaunchAgents : public testing::Test {
     return {folder / "config", folder / "manager", folder / "Velmora 100%/velmora"};
   }
   TempFolder folder;
-  Noted processes;
+  NotedProcesses processes;
 };
 
 TEST_F(LaunchAgents, TheirTextsAreAcceptedByThoseWhoReadThem) {

@@ -7,6 +7,7 @@
 #include "platform/linux/ScheduleRules.h"
 #include "platform/linux/ScheduleTable.h"
 #include "platform/sim/Fakes.h"
+#include "support/NotedProcesses.h"
 #include "support/TempFolder.h"
 
 namespace velmora {
@@ -129,19 +130,6 @@ TEST(ScheduleTable, ComesBackAsItWasAndIsNeverGuessed) {
   EXPECT_FALSE(watch::tableFromText(text.substr(0, text.size() / 2)));
 }
 
-// Takes note of what is run; the user manager obeys or does not.
-struct Noted : Processes {
-  std::optional<Outcome> run(const std::vector<std::string>& arguments) override {
-    std::string line;
-    for (const auto& word : arguments) line += (line.empty() ? "" : " ") + word;
-    if (line.find("import-environment") == line.npos) lines.push_back(line);
-    return Outcome{obeys ? 0 : 1, ""};
-  }
-  std::vector<std::string> take() { return std::exchange(lines, {}); }
-  std::vector<std::string> lines;
-  bool obeys = true;
-};
-
 class ScheduleAgentTest : public testing::Test {
  protected:
   AgentPlaces places() const {
@@ -154,7 +142,7 @@ class ScheduleAgentTest : public testing::Test {
   TempFolder folder;
   sim::World world{1};
   sim::FakeClock clock{world};
-  Noted processes;
+  NotedProcesses processes;
   LinuxScheduleAgent agent{places(), folder / "table.json", processes, clock};
   const std::string timer = places().unit(agents::kScheduleTimer);
   const std::string watcher = places().autostart(agents::kScheduleWatchEntry);

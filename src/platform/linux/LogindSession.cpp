@@ -191,31 +191,25 @@ class LogindSession::Impl {
     follow(path);
   }
 
+  // Calls the function at each such signal of logind, whatever it says.
+  template <auto told, class Slot>
+  void hear(Slot& slot, const char* path, const char* interface, const char* signal) {
+    sd_bus_match_signal_async(
+        bus_, slot.fresh(), kService, path, interface, signal,
+        [](sd_bus_message*, void* self, sd_bus_error*) {
+          (static_cast<Impl*>(self)->*told)();
+          return 0;
+        },
+        nullptr, this);
+  }
+
   void follow(const char* path) {
     if (session_ != path) {
       forgetSession();
       session_ = path;
-      sd_bus_match_signal_async(
-          bus_, changed_.fresh(), kService, path, kProperties, "PropertiesChanged",
-          [](sd_bus_message*, void* self, sd_bus_error*) {
-            static_cast<Impl*>(self)->readSession();
-            return 0;
-          },
-          nullptr, this);
-      sd_bus_match_signal_async(
-          bus_, lock_.fresh(), kService, path, kSession, "Lock",
-          [](sd_bus_message*, void* self, sd_bus_error*) {
-            static_cast<Impl*>(self)->onLockAsked();
-            return 0;
-          },
-          nullptr, this);
-      sd_bus_match_signal_async(
-          bus_, unlock_.fresh(), kService, path, kSession, "Unlock",
-          [](sd_bus_message*, void* self, sd_bus_error*) {
-            static_cast<Impl*>(self)->onUnlockAsked();
-            return 0;
-          },
-          nullptr, this);
+      hear<&Impl::readSession>(changed_, path, kProperties, "PropertiesChanged");
+      hear<&Impl::onLockAsked>(lock_, path, kSession, "Lock");
+      hear<&Impl::onUnlockAsked>(unlock_, path, kSession, "Unlock");
     }
     readSession();
   }
