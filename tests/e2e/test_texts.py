@@ -66,12 +66,12 @@ class Words(WithScreen):
         self.assertEqual([tab["title"] for tab in state["tabs"]], TABS)
         names = [module["name"] for module in state["modules"]]
         self.tell(*("modules on " + name for name in names))
-        self.assertShows("Focus", "Rules", "Progress", "Extensions", "Settings")
-        self.view.press("ctrl+4")
+        self.assertShows("Focus", "Schedule", "Rules", "Progress", "Extensions", "Settings")
+        self.view.press("ctrl+5")
         self.assertShows("Keep the app minimal, or build your own focus machine", *MODULES)
         for rows in MODULES.values():
             self.assertShows(*rows, *rows.values())
-        self.view.press("ctrl+2")
+        self.view.press("ctrl+3")
         self.tell(*("modules off " + name for name in names))
         self.assertShows("No rule extensions enabled",
                          "Turn on Budget Mode, Scroll Guard, Creator Gate, or Brak Porn in Extensions.")
