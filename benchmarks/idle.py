@@ -3,7 +3,8 @@
 
 Prints CPU seconds, voluntary and involuntary context switches a second and resident memory of the
 resident program and of the browser host: with a soft session running and three windows open (a
-Chromium window on a site that is not listed, two terminals), and then with no session.
+Chromium window on a site that is not listed, two terminals), then with no session, and then with a
+mission that is still ahead.
 """
 
 import os
@@ -84,6 +85,11 @@ def main():
         velmora.tell("reset")
         time.sleep(3)
         measure("no session", processes)
+        begin, end = (time.strftime("%H:%M", time.localtime(time.time() + hours * 3600)) for hours in (12, 12.5))
+        velmora.tell("missions", "add", "--from", begin, "--until", end)
+        velmora.tell("schedule", "on")
+        time.sleep(3)
+        measure("no session, a mission ahead", processes)
     finally:
         if browser:
             browser.quit()

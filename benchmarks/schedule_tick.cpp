@@ -32,7 +32,6 @@ struct Bench {
     device.app->schedule.replaceEntries(missions(device.random, count), nullptr, "");
     device.app->schedule.setEnabled(true);
     world.advance(Seconds(1));
-    device.app->schedule.stopMonitoring();
   }
   sim::World world;
   sim::SimDevice device{world};

@@ -325,13 +325,6 @@ void MissionEditing::copyMission(const ScheduleEntry& entry) {
   ports_.clipboard.write(pasteboardType, json::dump(entry.encode()));
 }
 
-MissionResult<void> MissionEditing::cutMission(const ScheduleEntry& entry) {
-  const ScheduleEntry copied = entry;
-  const auto done = removeMission(kCalendar, copied.id);
-  if (done) copyMission(copied);
-  return done;
-}
-
 MissionResult<MissionEditing::Selection> MissionEditing::pasteMission(Date on) {
   const auto data = ports_.clipboard.read(pasteboardType);
   const auto value = data ? json::parse(*data) : std::unexpected(json::Error{});

@@ -101,8 +101,6 @@ class MissionEditing {
   MissionResult<void> deleteSingleOccurrence(const PendingScheduleSeriesDelete& deletion);
   MissionResult<void> deleteFutureOccurrences(const PendingScheduleSeriesDelete& deletion);
   void copyMission(const ScheduleEntry& entry);
-  // All of its occurrences go.
-  MissionResult<void> cutMission(const ScheduleEntry& entry);
   MissionResult<Selection> pasteMission(Date on);
   MissionResult<Selection> duplicateMission(const ScheduleEntry& entry, Date on);
 

@@ -84,6 +84,8 @@ int main(int argc, char** argv) {
   words.addVersionOption();
   words.addOptions({socket, resident, fake, gallery, texts});
   words.process(app);
+  // The hours of missions are in the user's zone, not in that of one start.
+  if (!words.isSet(fake)) qunsetenv("TZ");
   std::optional<TextPrinter> printer;
   if (words.isSet(texts)) printer.emplace();
   if (words.isSet(gallery)) return showGallery(app);

@@ -7,7 +7,7 @@ import time
 import unittest
 
 from bench import HOLD, eventually
-from stage import Screen, Velmora, zone_of
+from stage import Screen, Velmora, leave_zone
 from window import Window
 
 SWITCH = (384, 48)  # in a window of 1000 x 720
@@ -19,14 +19,14 @@ class Schedule(unittest.TestCase):
     def setUp(self):
         self.screen = Screen()
         self.addCleanup(self.screen.close)
-        zone = zone_of(18)  # in the part of a day that is in sight at the end of the week
-        self.velmora = Velmora(self.screen.display, TZ=zone).start()
+        leave_zone(18)  # in the part of a day that is in sight at the end of the week
+        self.velmora = Velmora(self.screen.display).start()
         self.addCleanup(self.velmora.close)
         for words in ("welcome done", "modules on schedule", "mode soft", "apps add xterm", "sites add listed.test",
                       "schedule on", "window show"):
             self.velmora.tell(*words.split())
         self.screen.minimise(self.screen.window("Velmora"))  # the program's own; ours prints its texts
-        self.window = Window(self.screen, arguments=("--socket", self.velmora.control_path), environment={"TZ": zone})
+        self.window = Window(self.screen, arguments=("--socket", self.velmora.control_path))
         self.addCleanup(self.window.close)
         self.addCleanup(lambda: self.assertEqual(self.window.complaints(), []))
         self.window.resize(1000, 720)
@@ -49,9 +49,8 @@ class Schedule(unittest.TestCase):
 
     def now(self):
         """The day of the week, 0 to 6, and the hour, by the clock on the wall."""
-        day, hour = subprocess.run(["date", "+%u %H"], env=self.velmora.environment(), capture_output=True,
-                                   text=True).stdout.split()
-        return int(day) - 1, int(hour)
+        now = time.localtime()
+        return now.tm_wday, now.tm_hour
 
     def terminal(self):
         program = subprocess.Popen(["xterm", "-T", "Games"], env=self.screen.environment, stderr=subprocess.DEVNULL)

@@ -11,6 +11,7 @@ import signal
 import socket
 import struct
 import subprocess
+import tempfile
 import threading
 import time
 from typing import NamedTuple
@@ -21,8 +22,10 @@ PROGRAMS = os.environ.get("VELMORA_PROGRAMS", os.path.join(REPOSITORY, "build", 
 WALL_PORT = 52700
 WALL = "http://127.0.0.1:%d/" % WALL_PORT
 
-CLONE_NEWUSER, CLONE_NEWNET = 0x10000000, 0x40000000
+CLONE_NEWNS, CLONE_NEWUSER, CLONE_NEWNET = 0x20000, 0x10000000, 0x40000000
+MS_BIND, MS_REC, MS_PRIVATE = 0x1000, 0x4000, 0x40000
 SIOCSIFFLAGS, IFF_UP = 0x8914, 1
+LIBC = ctypes.CDLL(None, use_errno=True)
 
 
 def leave_network():
@@ -31,8 +34,7 @@ def leave_network():
     Where the system does not let us, it says so and we stay.
     """
     ids = {"uid": os.getuid(), "gid": os.getgid()}
-    libc = ctypes.CDLL(None, use_errno=True)
-    if libc.unshare(CLONE_NEWNET | (CLONE_NEWUSER if ids["uid"] else 0)) != 0:
+    if LIBC.unshare(CLONE_NEWNET | (CLONE_NEWUSER if ids["uid"] else 0)) != 0:
         print("(a private network is not to be had: %s)" % os.strerror(ctypes.get_errno()))
         return
     if ids["uid"]:
@@ -43,10 +45,36 @@ def leave_network():
         fcntl.ioctl(any_socket, SIOCSIFFLAGS, struct.pack("16sh14x", b"lo", IFF_UP))
 
 
-def zone_of(hour):
-    """A zone in which that hour is now, far from midnight."""
+def leave_zone(hour):
+    """Moves this process, and what it starts, to a zone in which that hour is now. Programs read the zone from /etc,
+    so we get an /etc of our own. To be called after leave_network. Where the system does not let us, it says so and
+    we stay where we are.
+    """
     east = (hour - datetime.datetime.now(datetime.timezone.utc).hour + 12) % 24 - 12
-    return "Etc/GMT%+d" % -east if east else "Etc/GMT"
+    if not has_own_etc():
+        print("(a zone of our own is not to be had: %s)" % os.strerror(ctypes.get_errno()))
+        return
+    os.unlink("/etc/localtime")
+    os.symlink("/usr/share/zoneinfo/Etc/GMT" + ("%+d" % -east if east else ""), "/etc/localtime")
+    os.environ.pop("TZ", None)
+    time.tzset()
+
+
+def has_own_etc():
+    """Whether /etc is a copy that nobody else sees; made when it is not yet."""
+    mark = "/etc/of-a-velmora-stage"
+    if os.path.exists(mark):
+        return True
+    if LIBC.unshare(CLONE_NEWNS) != 0 or LIBC.mount(b"none", b"/", None, MS_REC | MS_PRIVATE, None) != 0:
+        return False
+    with tempfile.TemporaryDirectory() as folder:
+        if LIBC.mount(b"tmpfs", folder.encode(), b"tmpfs", 0, None) != 0:
+            return False
+        subprocess.run(["cp", "-a", "/etc/.", folder], stderr=subprocess.DEVNULL)  # but what we may not read
+        open(folder + "/" + os.path.basename(mark), "w").close()
+        bound = LIBC.mount(folder.encode(), b"/etc", None, MS_BIND, None) == 0
+        LIBC.umount(folder.encode())
+        return bound and os.path.exists(mark)
 
 
 class Answer(NamedTuple):
@@ -91,8 +119,6 @@ class Velmora:
 
     def __init__(self, display=None, **variables):
         self.home = Home()
-        if "TZ" in variables:  # which our programs do not go by
-            variables["VELMORA_TZ"] = variables["TZ"]
         self.display, self.variables = display, variables
         self.process = None
         self.log = self.home.path + "/velmora.log"

@@ -29,7 +29,7 @@ constexpr const char* kDisplayVariables[] = {"DISPLAY", "XAUTHORITY", "WAYLAND_D
 
 std::vector<std::string> variablesOfUser() {
   std::vector<std::string> out;
-  for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "VELMORA_TZ"})
+  for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"})
     if (const char* value = std::getenv(name)) out.push_back(name + std::string("=") + value);
   return out;
 }

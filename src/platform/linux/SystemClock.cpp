@@ -3,7 +3,6 @@
 #include <limits.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <ctime>
 #include <string_view>
 
@@ -20,11 +19,6 @@ std::string linkText(const char* path) {
   char text[PATH_MAX];
   const ssize_t n = readlink(path, text, sizeof text);
   return n > 0 ? std::string(text, static_cast<size_t>(n)) : "";
-}
-
-std::string nameForTests() {
-  const char* name = std::getenv("VELMORA_TZ");
-  return name ? name : "";
 }
 
 }  // namespace
@@ -51,18 +45,11 @@ Monotonic SystemClock::monotonic() const {
 }
 
 Zone SystemClock::zone() const {
-  const std::string asked = nameForTests();
-  const std::string link = linkText("/etc/localtime");
-  const std::string texts = asked + '\n' + link;
-  if (texts == known_) return zone_;
-  known_ = texts;
-  zone_ = Zone::utc();
-  for (const auto& name : {asked, zoneNameInPath(link)}) {
-    const auto named = name.empty() ? std::nullopt : Zone::named(name);
-    if (!named) continue;
-    zone_ = *named;
-    break;
-  }
+  std::string link = linkText("/etc/localtime");
+  if (link == known_) return zone_;
+  const std::string name = zoneNameInPath(link);
+  zone_ = (name.empty() ? std::nullopt : Zone::named(name)).value_or(Zone::utc());
+  known_ = std::move(link);
   return zone_;
 }
 

@@ -13,12 +13,11 @@ class SystemClock : public Clock {
   Monotonic monotonic() const override;
   // What /etc/localtime links to, else UTC. A change is seen at the next call; without one a call
   // costs one system call. Not $TZ, with which every program that somebody starts may have a place
-  // of its own: missions have the user's. VELMORA_TZ, for tests, goes before all when it names a
-  // zone.
+  // of its own: missions have the user's.
   Zone zone() const override;
 
  private:
-  mutable std::string known_;  // the texts that the cached zone was made from
+  mutable std::string known_;  // the link that the cached zone was made from
   mutable Zone zone_ = Zone::utc();
 };
 

@@ -2,10 +2,6 @@
 
 namespace velmora {
 
-std::string_view shortName(Weekday day) {
-  return fullName(day).substr(0, 1);
-}
-
 std::string_view fullName(Weekday day) {
   constexpr std::array<std::string_view, 7> names{"Sunday",   "Monday", "Tuesday", "Wednesday",
                                                   "Thursday", "Friday", "Saturday"};

@@ -21,8 +21,7 @@ inline constexpr std::array ordered{Weekday::mon, Weekday::tue, Weekday::wed, We
                                     Weekday::fri, Weekday::sat, Weekday::sun};
 }  // namespace weekdays
 
-// "M", and "Monday".
-std::string_view shortName(Weekday day);
+// "Monday".
 std::string_view fullName(Weekday day);
 Weekday weekdayOf(std::chrono::local_days day);
 

@@ -139,7 +139,8 @@ TEST_F(MissionEditingTest, WhatIsPastedTakesPlaceOnce) {
   original.excludedDates = {day(2)};
   missions.updateMission(kCalendar, original, "Edit Mission");
   EXPECT_EQ(missions.pasteMission(day(4)).error(), Refusal::emptyClipboard);
-  EXPECT_TRUE(missions.cutMission(original));
+  missions.copyMission(original);
+  EXPECT_TRUE(missions.removeMission(kCalendar, original.id));
   EXPECT_TRUE(all().empty());
   for (const int on : {4, 2}) missions.pasteMission(day(on) + Seconds(60));
   const auto copy = missions.duplicateMission(all()[0], day(5));
@@ -187,10 +188,8 @@ TEST_F(MissionLockTest, TheRunningMissionIsLeftAlone) {
     if (isStopped) d.app->timer.stopScheduledSessionByUser();
     EXPECT_EQ(missions.updateMission(kCalendar, running, "").error(), Refusal::running);
     EXPECT_EQ(missions.removeMission(kCalendar, running.id).error(), Refusal::running);
-    EXPECT_EQ(missions.cutMission(running).error(), Refusal::running);
     EXPECT_EQ(missions.applyEditToSingleOccurrence(edit(running, 3, 3)).error(), Refusal::running);
   }
-  EXPECT_EQ(d.clipboard.read(MissionEditing::pasteboardType), std::nullopt);
   EXPECT_TRUE(missions.removeMission(kCalendar, other->id));
 }
 
