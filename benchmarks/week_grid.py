@@ -77,11 +77,13 @@ def main():
         window.press("ctrl+2")
         assert window.shows("Evening study")
         window.point(600, 450)
+        window.wheel(-40)
+        window.wheel(2)
         time.sleep(1)
 
         def scroll(turn):
-            if turn % 6 == 0:
-                button = WHEEL_DOWN if turn // 54 % 2 == 0 else WHEEL_UP
+            if turn % 12 == 0:  # never as far as either end, where nothing would move
+                button = WHEEL_DOWN if turn // 60 % 2 == 0 else WHEEL_UP
                 hand.press(button, True)
                 hand.press(button, False)
 
