@@ -13,6 +13,7 @@ T.Popup {
     default property alias content: body.data
     // What had the keyboard before, and gets it back unless something else has it by then.
     property Item before: null
+    property bool byKeys: false  // its ring was shown
     property alias actions: foot.data
 
     parent: T.Overlay.overlay
@@ -26,11 +27,15 @@ T.Popup {
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
     font.family: NeonTheme.family
 
-    onAboutToShow: before = parent.Window.activeFocusItem
+    onAboutToShow: {
+        before = parent.Window.activeFocusItem
+        byKeys = before?.visualFocus ?? false
+    }
     onClosed: {
         const now = parent?.Window.activeFocusItem ?? null
         if (before?.visible && (!now || now === parent.Window.contentItem))
             before.forceActiveFocus(Qt.PopupFocusReason)
+        if (byKeys) Qt.callLater(() => { if (before) before.focusReason = Qt.TabFocusReason })
     }
 
     T.Overlay.modal: Rectangle { color: NeonTheme.faded(NeonTheme.night, 0.72) }

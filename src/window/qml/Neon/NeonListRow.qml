@@ -89,6 +89,11 @@ T.ItemDelegate {
         color: control.lifted ? NeonTheme.raised
              : control.down && control.opens ? NeonTheme.pressed
              : control.hovered ? NeonTheme.hover : "transparent"
-        NeonFocusRing { visible: control.visualFocus }
+        // Within the row: lists cut off what goes beyond it.
+        NeonFocusRing {
+            visible: control.visualFocus || control.highlighted
+            anchors.margins: 1
+            around: parent.radius - 4
+        }
     }
 }

@@ -63,6 +63,16 @@ T.SpinBox {
         return isNaN(number) ? (zeroText && text === zeroText ? 0 : value) : number
     }
 
+    // What was typed is what is stepped from.
+    function take() {
+        const typed = Math.max(from, Math.min(to, valueFromText(contentItem.text, locale)))
+        if (typed === value) return
+        value = typed
+        valueModified()
+    }
+    down.onPressedChanged: if (down.pressed) take()
+    up.onPressedChanged: if (up.pressed) take()
+
     contentItem: TextInput {
         text: control.beyond && !wish.running ? control.textFromValue(control.number)
                                               : control.displayText
@@ -76,7 +86,11 @@ T.SpinBox {
         selectByMouse: true
         inputMethodHints: Qt.ImhDigitsOnly
         Accessible.name: control.text
-        onActiveFocusChanged: if (activeFocus) selectAll()
+        onActiveFocusChanged: if (activeFocus) selectAll(); else deselect()
+        Keys.onPressed: event => {
+            if (event.key === Qt.Key_Up || event.key === Qt.Key_Down) control.take()
+            event.accepted = false
+        }
     }
     down.indicator: NeonStepperEnd {
         symbol: "minus"

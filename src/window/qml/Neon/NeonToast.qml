@@ -18,6 +18,7 @@ Rectangle {
         timer.interval = 3500 + 45 * line.length
         timer.restart()
     }
+    function hide() { opacity = 0 }
 
     width: Math.min(words.implicitWidth + 62, (parent?.width ?? 640) - 48)
     height: words.height + 24

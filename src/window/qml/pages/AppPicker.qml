@@ -28,6 +28,7 @@ NeonDialog {
         look()
     }
 
+    function pick(app: var) { if (app && !listed.includes(app.id)) chosen(app) }
     function look() {
         looking = apps.length === 0
         Velmora.run("applications", ["--json"], result => {
@@ -47,7 +48,7 @@ NeonDialog {
         Layout.fillWidth: true
         label: "Search"
         symbol: "search"
-        onAccepted: if (picker.found.length > 0) picker.chosen(picker.found[0])
+        onAccepted: picker.pick(picker.found[0])
         Keys.onDownPressed: list.forceActiveFocus(Qt.TabFocusReason)
     }
     ListView {
@@ -59,7 +60,7 @@ NeonDialog {
         model: picker.found
         keyNavigationEnabled: true
         activeFocusOnTab: true
-        Keys.onReturnPressed: if (currentIndex >= 0) picker.chosen(picker.found[currentIndex])
+        Keys.onReturnPressed: picker.pick(picker.found[currentIndex])
 
         delegate: NeonListRow {
             required property var modelData
@@ -72,7 +73,7 @@ NeonDialog {
             title: modelData.name
             opens: true
             highlighted: ListView.isCurrentItem && list.activeFocus
-            onClicked: if (!has) picker.chosen(modelData)
+            onClicked: picker.pick(modelData)
             NeonIcon {
                 name: parent.parent.parent.has ? "check" : "plus"
                 size: 16

@@ -13,7 +13,7 @@ Rectangle {
     readonly property bool locked: mission.isActive ?? false
 
     function words(o: var): string {
-        return [Week.full(o.day), Week.range(o.startMinutes, o.endMinutes, uses24Hour),
+        return [Week.brief(o.day), Week.range(o.startMinutes, o.endMinutes, uses24Hour),
                 mission.recurrence === "once" ? "Once" : Week.when(mission)].join(" · ")
     }
 
@@ -56,6 +56,8 @@ Rectangle {
                 visible: bar.locked || (bar.mission.overlaps ?? false)
                 spacing: 6
                 NeonIcon {
+                    Layout.alignment: Qt.AlignTop
+                    Layout.topMargin: 1
                     name: bar.locked ? "lock" : "warning"
                     size: 14
                     color: bar.locked ? NeonTheme.violet : NeonTheme.warn

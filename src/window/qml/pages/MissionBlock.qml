@@ -62,7 +62,7 @@ T.Control {
             readonly property int lines: Math.max(1, Math.floor((block.height - 22) / 15))
             x: 10
             y: block.height < 26 ? (block.height - height) / 2 : 4
-            width: parent.width - 13 - (warning.visible ? 14 : 0)
+            width: parent.width - 13 - (warning.visible && !warning.below ? 14 : 0)
             level: "small"
             font.pixelSize: block.height < 16 ? 10 : 12
             font.weight: Font.DemiBold
@@ -87,9 +87,12 @@ T.Control {
         }
         NeonIcon {
             id: warning
-            anchors { right: parent.right; rightMargin: 5 }
-            y: block.height < 26 ? (block.height - height) / 2 : 5
-            visible: (block.mission.overlaps ?? false) && block.width > 60 && block.height > 14
+            // Below the words where there is no room beside them.
+            readonly property bool below: block.width <= 60
+            x: below ? 10 : parent.width - width - 5
+            y: below ? label.y + label.height + 20
+             : block.height < 26 ? (block.height - height) / 2 : 5
+            visible: (block.mission.overlaps ?? false) && block.height > (below ? 54 : 14)
             name: "warning"
             size: 12
             stroke: 1.5

@@ -12,15 +12,18 @@ NeonButton {
     property string label: ""
     property string day: ""
     property string none: ""
+    // Stands before a day: "From".
+    property string word: ""
     property string today: ""
 
     signal picked(string day)
 
-    symbol: "schedule"
-    text: day ? Week.short(day) : none || "Choose a day"
+    symbol: day && none ? "" : "schedule"  // two stand side by side
+    text: day ? word ? `${word} ${Week.short(day).slice(4)}` : Week.short(day) : none || "Choose a day"
     Accessible.name: `${label}: ${text}`
     onClicked: {
         month.at = day || today
+        month.byKeys = visualFocus
         month.open()
     }
 
@@ -28,12 +31,12 @@ NeonButton {
         id: month
 
         property string at: date.today
+        property bool byKeys: false
         readonly property string first: at.slice(0, 8) + "01"
 
         function go(days: int) { at = Week.plus(at, days) }
         function leaf(by: int) {
-            const there = Week.plus(first, by > 0 ? 31 : -1)
-            at = there.slice(0, 8) + "01"
+            at = Week.monthOn(at, by)
         }
         function choose(day: string) {
             close()
@@ -48,6 +51,7 @@ NeonButton {
         implicitHeight: page.implicitHeight + 24
         closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
         onOpened: grid.forceActiveFocus(Qt.TabFocusReason)
+        onClosed: if (byKeys) Qt.callLater(() => date.focusReason = Qt.TabFocusReason)
 
         background: Rectangle {
             radius: NeonTheme.radius

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import QtQuick.Templates as T
 import Velmora
 import "Week.js" as Week
 
@@ -17,7 +18,7 @@ NeonDialog {
     property bool sure: false
     // One that was just made may be on its way still.
     property bool waiting: false
-    // Its name is yet to be given.
+    // Its name is yet to be given; unless it is saved it goes again.
     property bool isNew: false
     readonly property var schedule: Velmora.state.schedule ?? ({})
     readonly property var mission: ((planner === "simple" ? schedule.simpleEntries
@@ -30,6 +31,7 @@ NeonDialog {
     readonly property string presetID: presets.find(p => p.id === draft.presetID)?.id
                                        ?? presets[0]?.id ?? ""
     readonly property string problem: (draft.label ?? "").trim() === "" ? "It needs a name."
+        : draft.endMinutes <= draft.startMinutes ? "It ends before it begins."
         : draft.recurrence === "weekly" && (draft.days ?? []).length === 0 ? "Choose a day for it."
         : draft.recurrence !== "once" && draft.recurrenceEndDate
           && draft.recurrenceEndDate < (draft.recurrenceStartDate ?? "")
@@ -63,24 +65,36 @@ NeonDialog {
         open()
     }
     onClosed: {
+        if (isNew && schedule.undo === "Create Mission") shell.ask("missions", ["undo"])
         key = ""
         isNew = false
     }
     onAboutToShow: {
         name.focus = true
         if (isNew) name.selectAll()
+        else name.cursorPosition = name.length
+    }
+    function keep() {
+        isNew = false
+        close()
     }
     function put(changes: var) { draft = Object.assign({}, draft, changes) }
+    // A press beside it by mistake loses nothing that was entered.
+    closePolicy: T.Popup.CloseOnEscape
+        | (isNew || changed().length > 0 ? 0 : T.Popup.CloseOnPressOutside)
+    function changed(): var {
+        return fields.filter(
+            f => JSON.stringify(draft[f] ?? null) !== JSON.stringify(mission?.[f] ?? null))
+    }
     function save() {
         if (problem !== "" || locked) return
         const changes = {}
-        fields.filter(f => JSON.stringify(draft[f] ?? null) !== JSON.stringify(mission[f] ?? null))
-            .forEach(f => changes[f] = draft[f] ?? null)
-        if (Object.keys(changes).length === 0) return close()
+        changed().forEach(f => changes[f] = draft[f] ?? null)
+        if (Object.keys(changes).length === 0) return keep()
         shell.ask("missions", ["edit", key, "--planner", planner, "--json", JSON.stringify(changes),
                                "--action", "Edit"], result => {
             if (result.status !== 0) return
-            close()
+            keep()
             if (result.output) saved(JSON.parse(result.output))
         })
     }
@@ -99,6 +113,7 @@ NeonDialog {
             text: editor.draft.label ?? ""
             enabled: !editor.locked
             onTextEdited: editor.put({ label: text })
+            onActiveFocusChanged: if (!activeFocus) cursorPosition = 0  // shows its beginning
             onAccepted: editor.save()
         }
         NeonText { text: editor.draft.isEnabled ? "On" : "Off"; Accessible.ignored: true }
@@ -263,7 +278,7 @@ NeonDialog {
                 const asks = editor.day !== "" && editor.mission.recurrence !== "once"
                 if (!editor.sure && !asks) return editor.sure = true
                 const mission = editor.mission, day = editor.day
-                editor.close()
+                editor.keep()
                 editor.removing(mission, day)
             }
         },

@@ -72,7 +72,7 @@ ColumnLayout {
         Layout.fillWidth: true
         level: "small"
         color: NeonTheme.quiet
-        text: !rhythm.pomodoro
+        text: rhythm.total <= 0 ? " " : !rhythm.pomodoro
             ? `One focus of ${Week.length(rhythm.end - rhythm.start)}, without a break.`
             : `${rhythm.counted(rhythm.counts.focus, "focus phase")}, `
             + `${rhythm.counted(rhythm.counts.breaks, "break")}. `

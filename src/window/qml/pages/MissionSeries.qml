@@ -13,9 +13,10 @@ NeonDialog {
 
     signal dismissed()
 
-    // `next` is called with "one" or "future".
-    function ask(label: string, deletion: bool, next: var) {
+    // `line` says which one, and what becomes of it. `next` is called with "one" or "future".
+    function ask(label: string, deletion: bool, line: string, next: var) {
         title = deletion ? `Delete “${label}”?` : `Change “${label}”?`
+        text = line
         deletes = deletion
         then = next
         decided = false
@@ -28,10 +29,16 @@ NeonDialog {
     }
 
     implicitWidth: 540
-    text: "Earlier occurrences stay in your calendar history."
     onAboutToShow: safe.focus = true  // not what was pressed the last time
     onClosed: if (!decided) dismissed()
 
+    NeonText {
+        Layout.fillWidth: true
+        Layout.topMargin: -12
+        level: "small"
+        color: NeonTheme.quiet
+        text: "Earlier occurrences stay in your calendar history."
+    }
     actions: [
         Item { Layout.fillWidth: true },
         NeonButton { id: safe; text: "Cancel"; onClicked: series.close() },

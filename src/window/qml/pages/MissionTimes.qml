@@ -78,7 +78,7 @@ ColumnLayout {
             Layout.fillWidth: true
             text: "Ends at"
             ends: true
-            from: (times.draft.startMinutes ?? 0) + 1
+            from: 1
             uses24Hour: times.uses24Hour
             number: times.draft.endMinutes ?? 1020
             onPicked: end => times.picked({ endMinutes: end })
@@ -92,6 +92,7 @@ ColumnLayout {
             Layout.preferredWidth: 1
             label: "First day"
             none: "From any day"
+            word: "From"
             day: times.draft.recurrenceStartDate ?? ""
             today: times.today
             onPicked: day => times.picked({ recurrenceStartDate: day || null })
@@ -101,6 +102,7 @@ ColumnLayout {
             Layout.preferredWidth: 1
             label: "Last day"
             none: "Without end"
+            word: "Until"
             day: times.draft.recurrenceEndDate ?? ""
             today: times.today
             onPicked: day => times.picked({ recurrenceEndDate: day || null })
@@ -122,7 +124,7 @@ ColumnLayout {
             NeonChip {
                 required property string modelData
                 symbol: "close"
-                text: Week.short(modelData).replace(/ \d+$/, "")
+                text: Week.brief(modelData)
                 Accessible.name: "Let it take place again on " + Week.full(modelData)
                 onClicked: times.picked({ excludedDates:
                     times.draft.excludedDates.filter(day => day !== modelData) })

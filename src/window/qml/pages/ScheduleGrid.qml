@@ -308,6 +308,8 @@ FocusScope {
                 property var under: null
                 property string grip: ""
                 property bool pressedHere: false
+                // A press beside what is chosen only lets go of it.
+                property bool letsGo: false
 
                 function hit(x: real, y: real): var {
                     for (let i = blocks.count - 1; i >= 0; i--) {
@@ -344,6 +346,7 @@ FocusScope {
                 onPressed: event => {
                     pressedHere = false
                     if (grid.settling) return
+                    letsGo = !!grid.selected
                     grid.drag = null
                     pressedHere = true
                     from = last = Qt.point(event.x, event.y)
@@ -376,7 +379,7 @@ FocusScope {
                     if (!pressedHere) return
                     pressedHere = false
                     if (grid.drag) grid.drop()
-                    else if (!under && from.x >= grid.gutter) {
+                    else if (!under && !letsGo && from.x >= grid.gutter) {
                         const step = event.modifiers & Qt.AltModifier ? 5 : 15
                         grid.draw(Week.clicked(grid.dayAt(from.x), grid.minuteAt(from.y), step))
                         grid.drop()

@@ -70,7 +70,7 @@ Column {
                 NeonText {
                     Layout.fillWidth: true
                     color: head.running.active ? NeonTheme.soft : NeonTheme.quiet
-                    elide: Text.ElideRight
+                    elide: Text.ElideMiddle  // the time is at its end
                     wrapMode: Text.NoWrap
                     text: head.running.active ? `${head.running.mission}${head.until}`
                         : !head.on ? "Off. No mission starts by itself."

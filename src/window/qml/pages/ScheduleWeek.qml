@@ -92,12 +92,19 @@ FocusScope {
         const words = ["edit", mission.id, "--json", fields, "--action", action,
                        "--day", occurrence.day, "--to", span.day]
         if (isOnce(mission)) return change(words)
-        series.ask(mission.label, false, scope => change(words.concat("--scope", scope)))
+        const to = Week.range(span.start, span.end, grid.uses24Hour)
+        series.ask(mission.label, false, spoken(occurrence) + " → "
+                   + (span.day === occurrence.day ? to : Week.brief(span.day) + ", " + to),
+                   scope => change(words.concat("--scope", scope)))
+    }
+    // "Mon 23 Nov, 09:00 – 12:00"
+    function spoken(o: var): string {
+        return Week.brief(o.day) + ", " + Week.range(o.startMinutes, o.endMinutes, grid.uses24Hour)
     }
     function withdraw(verb: string, mission: var, day: string) {
         if (mission.isActive) return refuse(mission)
         if (isOnce(mission) || !day) return change([verb, mission.id])
-        series.ask(mission.label, true,
+        series.ask(mission.label, true, spoken(Object.assign({}, mission, { day })),
                    scope => change([verb, mission.id, "--scope", scope, "--day", day]))
     }
     function refuse(mission: var) {
@@ -202,12 +209,21 @@ FocusScope {
             onOpened: occurrence => page.edit(occurrence.entryID, occurrence.day)
             onRefused: mission => page.refuse(mission)
         }
-        NeonText {
+        Rectangle {
             anchors.horizontalCenter: parent.horizontalCenter
-            anchors { bottom: parent.bottom; bottomMargin: 28 }
+            anchors { bottom: parent.bottom; bottomMargin: 20 }
+            width: invitation.implicitWidth + 32
+            height: 36
             visible: page.entries.length === 0 && !grid.drag
-            color: NeonTheme.quiet
-            text: "Draw a mission into the week: press where it begins, drag to where it ends."
+            radius: NeonTheme.radiusSmall
+            color: parent.color  // no line of the week strikes it through
+            NeonText {
+                id: invitation
+                anchors.centerIn: parent
+                wrapMode: Text.NoWrap
+                color: NeonTheme.quiet
+                text: "Draw a mission into the week: press where it begins, drag to where it ends."
+            }
         }
         MissionBar {
             id: bar

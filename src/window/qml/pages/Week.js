@@ -15,16 +15,23 @@ function plus(day, count) {
 // 0 for Monday to 6 for Sunday.
 function weekday(day) { return (number(day) + 3) % 7 }
 function monday(day) { return plus(day, -weekday(day)) }
+// The same day of the next month, or the last that it has; of the month before with -1.
+function monthOn(day, by) {
+    const { year, date } = parts(day), month = Number(day.slice(5, 7)) - 1 + by
+    const last = new Date(Date.UTC(year, month + 1, 0)).getUTCDate()
+    return new Date(Date.UTC(year, month, Math.min(date, last))).toISOString().slice(0, 10)
+}
 function parts(day) {
     const [year, month, date] = day.split("-").map(Number)
     return { year, month: months[month - 1], date }
 }
-// "Monday 23 November", "Mon 23 Nov 2026".
+// "Monday 23 November", "Mon 23 Nov 2026", "Mon 23 Nov".
 function full(day) { return `${days[weekday(day)]} ${parts(day).date} ${parts(day).month}` }
 function short(day) {
     const { year, month, date } = parts(day)
     return `${days[weekday(day)].slice(0, 3)} ${date} ${month.slice(0, 3)} ${year}`
 }
+function brief(day) { return short(day).slice(0, -5) }
 // The month or months of the week that begins there; `brief` where there is little room.
 function title(monday, brief) {
     const a = parts(monday), b = parts(plus(monday, 6))
@@ -68,8 +75,9 @@ function when(mission) {
         : on.join() === "sat,sun" ? "Weekends"
         : on.length === 0 ? "No day chosen"
         : on.map(key => days[keys.indexOf(key)].slice(0, 3)).join(", ")
-    return named + (mission.recurrenceStartDate ? " from " + short(mission.recurrenceStartDate) : "")
-                 + (mission.recurrenceEndDate ? " until " + short(mission.recurrenceEndDate) : "")
+    const date = day => short(day).slice(4)
+    return named + (mission.recurrenceStartDate ? " from " + date(mission.recurrenceStartDate) : "")
+                 + (mission.recurrenceEndDate ? " until " + date(mission.recurrenceEndDate) : "")
 }
 
 // Overlapping occurrences of one day lie side by side: gives each `lane` and, for all that touch
