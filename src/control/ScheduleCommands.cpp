@@ -149,6 +149,10 @@ class Missions {
   }
   static CommandResult noDay() { return CommandResult::misused("missions: a day is 2026-11-23"); }
 
+  static CommandResult noDates() {
+    return CommandResult::refused("The simple planner has no dates: --planner calendar has");
+  }
+
   static CommandResult selection(const MissionResult<MissionEditing::Selection>& result,
                                  const Calendar& calendar) {
     if (!result) return refusal(result.error());
@@ -281,6 +285,7 @@ class Missions {
     if (!date) return noDay();
     if (!start || !end || *start >= *end)
       return CommandResult::misused("missions create DATE START END");
+    if (planner_ != Planner::calendar) return noDates();
     return selection(editing_.createMission(*date, *start, *end), calendar());
   }
 
@@ -380,15 +385,18 @@ class Missions {
 
   CommandResult paste() {
     const auto date = dayFrom(words_.plain[0]);
-    return date ? selection(editing_.pasteMission(*date), calendar()) : noDay();
+    if (!date) return noDay();
+    if (planner_ != Planner::calendar) return noDates();
+    return selection(editing_.pasteMission(*date), calendar());
   }
 
   CommandResult duplicate() {
     const ScheduleEntry* found = find(words_.plain[0]);
     if (!found) return problem_;
     const auto date = dayFrom(words_.plain[1]);
-    return date ? selection(editing_.duplicateMission(ScheduleEntry(*found), *date), calendar())
-                : noDay();
+    if (!date) return noDay();
+    if (planner_ != Planner::calendar) return noDates();
+    return selection(editing_.duplicateMission(ScheduleEntry(*found), *date), calendar());
   }
 
   CommandResult enable() { return switchOn(true); }

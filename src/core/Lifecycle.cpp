@@ -159,6 +159,7 @@ bool Lifecycle::applicationShouldTerminate() {
   if (isLocked()) return false;
   // News that is still due would go with stop(), and a guardian left behind would undo the quit.
   reconcileGuardian();
+  if (schedule_) schedule_->noteQuit();
   stop();
   return true;
 }

@@ -34,6 +34,7 @@ class Lifecycle {
     virtual ~Schedule() = default;
     virtual void startMonitoring() = 0;
     virtual void stopMonitoring() = 0;
+    virtual void noteQuit() = 0;
   };
   // Silent: nothing may take the focus, since a mission or a watcher starts us and no person.
   enum class Launch { shown, silent };

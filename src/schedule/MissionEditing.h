@@ -50,7 +50,8 @@ bool loosens(const std::vector<ScheduleEntry>& before, const std::vector<Schedul
 
 // How the user changes the lists of missions: the one road for the windows and the command line,
 // which share its undo steps, one for each change. It obeys the locks of the editors: the running
-// mission is not changed, and under hard routine nothing loosens what is in force. A refused change
+// mission is not changed, but by undo and redo, and under hard routine nothing loosens what is in
+// force. A refused change
 // changes nothing. Dates are any moment of their day. Main lane.
 class MissionEditing {
  public:

@@ -21,6 +21,7 @@ constexpr const char* kHardRoutineKey = "vm_schedule_hardRoutine_v3";
 constexpr const char* kPassKey = "vm_schedule_passUntil";
 constexpr const char* kPassEntryKey = "vm_schedule_passEntry";
 constexpr const char* kPassDayKey = "vm_schedule_passDay";  // days since 1970
+constexpr const char* kQuitKey = "vm_schedule_quitAt";  // which the watchdog reads as well
 constexpr const char* kAutoStartedKey = "vm_schedule_autoStarted";
 constexpr const char* kZoneKey = "vm_schedule_zone";  // in which the stored dates are days
 
@@ -299,6 +300,7 @@ void ScheduleService::forgetDerived() {
 
 void ScheduleService::startMonitoring() {
   monitoring_ = Monitoring::on;
+  ports_.preferences.remove(kQuitKey);
   monitor_.reset();
   syncScheduleAgent();
   tick();
@@ -308,6 +310,11 @@ void ScheduleService::stopMonitoring() {
   monitoring_ = Monitoring::stopped;
   monitor_.reset();
   if (agentSync_) syncScheduleAgent();
+}
+
+void ScheduleService::noteQuit() {
+  const double now = std::floor(ports_.clock.now().secondsSinceUnixEpoch());
+  ports_.preferences.set(kQuitKey, static_cast<int64_t>(now));
 }
 
 void ScheduleService::tick() {

@@ -107,6 +107,8 @@ class ScheduleService final : public TimerService::Schedule, public Lifecycle::S
   void startMonitoring() override;
   // No tick does anything any more, and the watchdog is told at once what it still has to know.
   void stopMonitoring() override;
+  // The user ends the program: until the next start of a mission the watchdog leaves it away.
+  void noteQuit() override;
   // Idempotent for a moment. Reached from inside itself, it asks for another round and returns.
   void tick();
 

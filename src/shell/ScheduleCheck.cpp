@@ -57,7 +57,8 @@ bool isStartDue(const std::string& data, Log& log) {
   const Date now = clock.now();
   if (watch::isPassInForce(store->read(watch::kPassKey), now)) return false;
   const auto table = readTable(data, log);
-  return table && watch::isCovered(*table, now, Calendar(clock.zone())) &&
+  const auto quitAt = watch::quitTime(store->read(watch::kQuitKey), now);
+  return table && watch::isCovered(*table, now, Calendar(clock.zone()), quitAt) &&
          !InstanceLock::isHeld(instanceLockPath(data)) && DisplayWatch::canReach();
 }
 

@@ -95,7 +95,8 @@ TEST_F(ScheduleCommandsTest, WhatIsNoMissionIsRefusedWithItsReason) {
   for (const char* line : {"missions remove Two", "missions add --preset None", "missions undo now",
                            "missions add --from noon", "missions paste 2026-01-06",
                            "missions edit One --label A --scope one --day 2026-01-10",
-                           "missions edit One --label A --to 2026-01-10"})
+                           "missions edit One --label A --to 2026-01-10",
+                           "missions create 2026-01-06 10:00 11:00 --planner simple"})
     EXPECT_NE(run(line), 0) << line;
   EXPECT_EQ(all(), before);
   ASSERT_EQ(run("missions add --label one"), 0);

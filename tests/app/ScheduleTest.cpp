@@ -121,6 +121,20 @@ TEST_F(MissionsTest, AStopByHandDoesNotOutliveTheProgram) {
   EXPECT_EQ(running(), "No X");
 }
 
+TEST_F(MissionsTest, AQuitIsNotedUntilTheNextLaunch) {
+  goTo(600);
+  EXPECT_TRUE(app().lifecycle.applicationShouldTerminate());
+  EXPECT_EQ(device.preferences.integer("vm_schedule_quitAt"),
+            static_cast<int64_t>(device.clock.now().secondsSinceUnixEpoch()));
+  device.kill();
+  device.boot();
+  device.start();
+  wait(1);
+  EXPECT_FALSE(device.preferences.has("vm_schedule_quitAt"));
+  app().lifecycle.stop();
+  EXPECT_FALSE(device.preferences.has("vm_schedule_quitAt")) << "the desktop ends, nobody quits";
+}
+
 TEST_F(MissionsTest, TheWatchdogKnowsOfAnEditThatTheProgramEndsUpon) {
   goTo(640);
   app().schedule.replaceEntries({mission("new", 700, 710)}, nullptr, "");

@@ -2,6 +2,7 @@
 
 import json
 import os
+import shlex
 import signal
 import sqlite3
 import subprocess
@@ -95,6 +96,13 @@ class Place:
         else:
             os.unlink(self.velmora.home.path + "/.config/autostart/com.velmora.guardian.desktop")
 
+    def log_in(self):
+        """What the desktop would start for the schedule."""
+        name = "com.velmora.schedule" + ("" if self.has_manager else "-watch") + ".desktop"
+        with open(self.velmora.home.path + "/.config/autostart/" + name) as entry:
+            command = next(line[5:] for line in entry if line.startswith("Exec="))
+        subprocess.run(shlex.split(command.replace("%%", "%")), env=self.velmora.environment(), check=True)
+
     def residents(self):
         return self.processes(PROGRAMS + "/velmora", "--scheduled-launch")
 
@@ -176,6 +184,21 @@ class Watchdog(unittest.TestCase):
         if self.places[-1].has_manager:
             with open("/proc/%d/cgroup" % self.places[-1].residents()[0]) as group:
                 self.assertIn("/app.slice/app-com.velmora.app@", group.read(), "a unit of its own")
+
+    def test_a_login_starts_the_program_in_a_mission_in_which_nobody_has_quit_it(self):
+        now = int(minute_of_day())
+        self.begin([(now - 5, now + 30)], hard=False)
+        for place in self.places:
+            place.velmora.kill()
+            place.kill_all("--schedule-watch")
+            place.log_in()
+        self.assertSoon(Place.is_running, MOMENT)
+        for place in self.places:
+            place.velmora.tell("quit")
+            place.kill_all("--schedule-watch")
+            self.assertTrue(eventually(lambda: not place.residents()))
+            place.log_in()
+        self.assertFalse(eventually(lambda: any(place.residents() for place in self.places), MOMENT, 0.2))
 
     def test_a_hard_mission_comes_back_after_a_kill_and_not_after_the_pass(self):
         now = int(minute_of_day())

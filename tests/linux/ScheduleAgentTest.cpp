@@ -79,6 +79,24 @@ TEST(ScheduleRules, AMissionCoversThisMomentWhateverStandsBesideIt) {
   EXPECT_FALSE(covers({}, monday, 720));
 }
 
+TEST(ScheduleRules, AMissionInWhichTheProgramWasQuitCountsForAGuardOnly) {
+  const auto calendar = in("Europe/Berlin");
+  const auto at = [&](int minute) { return calendar.instant(monday, minute); };
+  WatchTable table{.entries = {daily(540, 600), daily(570, 660)}, .isGuard = false};
+  const auto covers = [&](int now, int quitAt) {
+    const PreferenceValue stored(static_cast<int64_t>(at(quitAt).secondsSinceUnixEpoch()));
+    return watch::isCovered(table, at(now), calendar, watch::quitTime(stored, at(now)));
+  };
+  EXPECT_FALSE(covers(560, 540));
+  EXPECT_TRUE(covers(570, 569)) << "the next one";
+  EXPECT_FALSE(covers(650, 570));
+  EXPECT_TRUE(covers(540, 539)) << "before it";
+  EXPECT_TRUE(covers(540, 550)) << "the clock was set back";
+  table.isGuard = true;
+  EXPECT_TRUE(covers(560, 540));
+  EXPECT_EQ(watch::quitTime(PreferenceValue("soon"), at(0)), std::nullopt);
+}
+
 // Berlin's clocks skip 02:00 to 03:00 on 28 March 2027, and show it twice on 25 October 2026.
 TEST(ScheduleRules, GapsAndRepeatedTimes) {
   const auto berlin = in("Europe/Berlin");

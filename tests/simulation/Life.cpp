@@ -211,10 +211,11 @@ void Life::performTorn(const Action& action) {
   for (int64_t i = 0; i < kept; ++i) device_.preferences.write(writes[static_cast<size_t>(i)]);
   boot();
 
-  // The lists with their switches, the timer, the pass and the chosen focus are a write each.
+  // The lists with their switches, the timer, the pass, the chosen focus, and beforehand that a
+  // mission is about to begin, are a write each.
   const Date booted = now() - Seconds(0.3);
   std::string wrongs;
-  for (unsigned parts = 0; parts < 16; ++parts) {
+  for (unsigned parts = 0; parts < 32; ++parts) {
     const bool isBefore = parts == 0, isAfter = parts == 15;
     if (action.isOneWrite && !isBefore && !isAfter) continue;
     if (kept == 0 ? !isBefore : kept == std::ssize(writes) && !isAfter) continue;
@@ -230,6 +231,7 @@ void Life::performTorn(const Action& action) {
       candidate.passUsedAt = after.passUsedAt;
     }
     if (parts & 4) candidate.passUntil = after.passUntil;
+    if (parts & 16) candidate.session.saveMission();
     candidate.session.hasContext = (parts & 8 ? after : expected_).session.hasContext;
     candidate.relaunch(booted);
     auto wrong = mismatch(candidate, true);

@@ -327,6 +327,8 @@ void Life::fault() {
       world_.jump(Seconds(hours * 3600));
       device_.clock.localZone = *Zone::named(place);
       expected_.travel(device_.clock.localZone);
+      // Without a mission nobody looks where the user is, until a command about missions comes.
+      if (std::ranges::all_of(expected_.lists, &Missions::empty)) app().schedule.tick();
       break;
     }
     default:

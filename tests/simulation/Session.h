@@ -43,6 +43,10 @@ class Session {
 
   // The position as a restart would find it.
   void save(double at);
+  // A restart finds a mission in its place, begun or about to begin.
+  void saveMission() {
+    if (saved_) saved_->fields.isMission = true;
+  }
   // The wall time at which each of these happens is what a restart goes by.
   void change(const PomodoroSettings& s);
   void start(bool skipGate, double at);

@@ -14,8 +14,7 @@ struct AgentPlaces {
   std::string configHome;   // $XDG_CONFIG_HOME or its default
   std::string userManager;  // the private socket of the systemd user manager
   std::string program;      // the resident program's path
-  // "NAME=value": where this process was told to keep its files and which zone it is in. The user
-  // manager may not know.
+  // "NAME=value": where this process was told to keep its files. The user manager may not know.
   std::vector<std::string> variables{};
   // Of this process.
   static AgentPlaces current(const std::string& program);

@@ -40,6 +40,12 @@ bool isPassInForce(const std::optional<PreferenceValue>& until, Date now) {
   return std::isfinite(end) && std::floor(end) == end && now.secondsSinceUnixEpoch() < end;
 }
 
+std::optional<Date> quitTime(const std::optional<PreferenceValue>& stored, Date now) {
+  const auto* seconds = stored ? std::get_if<int64_t>(&stored->data) : nullptr;
+  if (!seconds || *seconds > now.secondsSinceUnixEpoch()) return std::nullopt;
+  return Date::sinceUnixEpoch(static_cast<double>(*seconds));
+}
+
 bool occurs(const Entry& entry, local_days day) {
   if (entry.recurrence == Entry::Recurrence::once) return entry.date == day;
   if (entry.first && day < *entry.first) return false;
@@ -51,13 +57,17 @@ bool occurs(const Entry& entry, local_days day) {
 
 // A clock that is set back at midnight shows the day before once more: the neighbours of today may
 // run too.
-bool isCovered(const WatchTable& table, Date now, const Calendar& calendar) {
+bool isCovered(const WatchTable& table, Date now, const Calendar& calendar,
+               std::optional<Date> quitAt) {
+  const auto hasEnded = [&](const Span& span) {
+    return quitAt && !table.isGuard && span.start <= *quitAt && *quitAt < span.end;
+  };
   const auto today = calendar.day(now);
   for (const auto& entry : table.entries)
     for (const auto day : {today - days(1), today, today + days(1)}) {
       if (!occurs(entry, day)) continue;
       const auto span = spanOf(entry, day, calendar);
-      if (span.start <= now && now < span.end) return true;
+      if (span.start <= now && now < span.end && !hasEnded(span)) return true;
     }
   return false;
 }
