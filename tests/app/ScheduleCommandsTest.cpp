@@ -168,7 +168,9 @@ TEST_F(ScheduleCommandsTest, HardRoutineHoldsUntilThePassAndThePassIsNotLostUnas
   EXPECT_EQ(state("hasPass"), json::Value(true));
   EXPECT_EQ(error("schedule mode simple --interrupt"),
             "Hard routine keeps the planner until the mission's time is over");
-  EXPECT_EQ(run("schedule off"), 1);
+  EXPECT_EQ(run("schedule hard-routine off"), 0);
+  for (const char* line : {"schedule off", "schedule mode simple --interrupt"})
+    EXPECT_EQ(error(line), "This would forfeit the emergency pass that is in force") << line;
   EXPECT_EQ(state("hasPass"), json::Value(true));
   EXPECT_EQ(run("schedule on"), 0) << "nothing changes";
   EXPECT_EQ(run("schedule off --yes"), 0);
