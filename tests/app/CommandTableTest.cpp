@@ -4,21 +4,10 @@
 namespace velmora {
 namespace {
 
-using sim::ControlDevice;
-using sim::World;
 using Words = std::vector<std::string>;
 
-struct CommandTableTest : testing::Test {
-  World world;
-  ControlDevice d{world};
+struct CommandTableTest : sim::ControlTest {
   TimerService& timer() { return d.app->timer; }
-  // A command and its arguments, as typed.
-  CommandResult tell(const std::string& line) {
-    std::istringstream in(line);
-    Words words{std::istream_iterator<std::string>(in), {}};
-    return d.tell(words[0], {words.begin() + 1, words.end()});
-  }
-  int run(const std::string& line) { return tell(line).status; }
 };
 
 TEST_F(CommandTableTest, StartStopsAtTheGateAndNamesTheWayOn) {
@@ -201,9 +190,7 @@ TEST_F(CommandTableTest, UnknownCommandsAreWrongUsage) {
     EXPECT_NE(d.tell(command.name, {"\xff"}).status, 0) << command.name;
 }
 
-struct ControlServerTest : testing::Test {
-  World world;
-  ControlDevice d{world};
+struct ControlServerTest : sim::ControlTest {
   auto connect() { return d.listeners.connect("control"); }
   std::string ask(const auto& client, std::string_view line) {
     client->received.clear();
@@ -217,10 +204,12 @@ TEST_F(ControlServerTest, AnswersLinesAndSurvivesNonsense) {
   const auto client = connect();
   EXPECT_EQ(ask(client, "{\"id\":7,\"command\":\"mode\"}\n"),
             "{\"id\":7,\"status\":0,\"output\":\"brak\\n\",\"error\":\"\"}\n");
-  for (const auto* bad :
-       {"nonsense\n", "[]\n", "{}\n", "{\"command\":5}\n", "{\"command\":\"mode\",\"arguments\":1}\n",
-        "{\"command\":\"mode\",\"arguments\":[1]}\n", "\xff\n"})
-    EXPECT_NE(ask(client, bad).find("\"status\":2"), std::string::npos) << bad;
+  for (const std::string& bad :
+       Words{"nonsense", "[]", "{}", std::string(5000, '['), std::string("\xff\0", 2),
+             R"({"command":5})", R"({"command":"mode","arguments":1})",
+             R"({"command":"mode","arguments":[1]})", R"({"id":{"a":[]},"command":"nothing"})",
+             R"({"command":"sites","arguments":["add","\u0000"]})"})
+    EXPECT_NE(ask(client, bad + "\n").find("\"status\":2"), std::string::npos) << bad;
   ask(client, "{\"command\":\"mo");
   EXPECT_NE(ask(client, "de\"}\n").find("brak"), std::string::npos) << "a line in two pieces";
   EXPECT_FALSE(client->isClosedByServer);

@@ -7,17 +7,9 @@ namespace {
 using Words = std::vector<std::string>;
 
 // Monday 5 January 2026, 09:00 UTC.
-struct ScheduleCommandsTest : testing::Test {
-  sim::World world;
-  sim::ControlDevice d{world};
+struct ScheduleCommandsTest : sim::ControlTest {
   ScheduleService& service = d.app->schedule;
 
-  CommandResult tell(const std::string& line) {
-    std::istringstream in(line);
-    Words words{std::istream_iterator<std::string>(in), {}};
-    return d.tell(words[0], {words.begin() + 1, words.end()});
-  }
-  int run(const std::string& line) { return tell(line).status; }
   std::string error(const std::string& line) { return tell(line).error; }
   CommandResult edit(const std::string& mission, const std::string& object, Words more = {}) {
     Words words{"edit", mission, "--json", object};

@@ -15,7 +15,6 @@ class MissionsTest : public testing::Test {
     preset.protectionMode = ScheduleProtectionMode::brak;
     app().schedule.replaceEntries({site, preset}, nullptr, "");
     app().schedule.setEnabled(true);
-    device.screen->open("org.chromium.Chromium", "https://x.com/");
   }
   App& app() { return *device.app; }
   TimerService& timer() { return app().timer; }
@@ -43,25 +42,6 @@ class MissionsTest : public testing::Test {
   sim::World world;
   sim::SimDevice device{world};
 };
-
-TEST_F(MissionsTest, BlockFromTheirStartToTheirEndOneAfterAnother) {
-  EXPECT_EQ(running(), "-");
-  EXPECT_FALSE(isBlocking());
-  goTo(600);
-  EXPECT_EQ(running(), "No X");
-  EXPECT_TRUE(isBlocking());
-  EXPECT_FALSE(device.screen->sent.empty()) << "the open page goes to the wall";
-  EXPECT_TRUE(app().screens.scheduledTransition.get());
-  wait(6);
-  EXPECT_FALSE(app().screens.scheduledTransition.get());
-  goTo(615);
-  EXPECT_EQ(running(), "Deep");
-  EXPECT_EQ(app().presets.activeContext.get()->presetName, "Deep Work");
-  goTo(630);
-  EXPECT_EQ(running(), "-");
-  EXPECT_FALSE(isBlocking());
-  EXPECT_TRUE(device.scheduleAgent.installed);
-}
 
 TEST_F(MissionsTest, AKillInsideAMissionEndsItForNoLongerThanTheProgramIsGone) {
   app().schedule.setHardRoutineEnabled(true);
@@ -184,19 +164,6 @@ TEST_F(MissionsTest, APassLiftsTheBlockTillTheEndOfTheMissionOverAKillAtAnyMomen
   goTo(615);
   EXPECT_EQ(running(), "Deep");
   EXPECT_TRUE(isBlocking());
-}
-
-TEST_F(MissionsTest, TakeOverFromASessionOfTheUsersAndAreStoppedByItsControls) {
-  app().presets.beginFocus(app().presets.presets.get()[1], "");
-  timer().start(true);
-  goTo(600);
-  EXPECT_EQ(running(), "No X");
-  EXPECT_FALSE(app().presets.hasActiveFocusContext());
-  timer().reset();
-  wait(60);
-  EXPECT_TRUE(running() == "-" && !isBlocking());
-  goTo(615);
-  EXPECT_EQ(running(), "Deep");
 }
 
 }  // namespace

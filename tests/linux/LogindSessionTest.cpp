@@ -1,10 +1,9 @@
 #include <systemd/sd-bus.h>
 
-#include "linux/PrivateXServer.h"
+#include "linux/PrivateBus.h"
 #include "platform/linux/EventLoop.h"
 #include "platform/linux/LogindSession.h"
 #include "support/LoopSlices.h"
-#include "support/TempFolder.h"
 
 namespace velmora {
 namespace {
@@ -18,23 +17,12 @@ constexpr const char* kSession = "/org/freedesktop/login1/session/c1";
 class LogindSessionTest : public testing::Test {
  protected:
   void SetUp() override {
-    const bool hasMock = access("/usr/lib/python3/dist-packages/dbusmock", F_OK) == 0;
-    if (!hasMock || !test::hasProgram("dbus-daemon")) GTEST_SKIP() << "needs python3-dbusmock";
-    const std::string address = "unix:path=" + (folder / "bus");
-    putContent(folder / "bus.conf",
-               "<busconfig><type>system</type><listen>" + address +
-                   "</listen><policy context='default'><allow send_destination='*'/>"
-                   "<allow receive_sender='*'/><allow own='*'/></policy></busconfig>");
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
+    if (!test::PrivateBus::canMock()) GTEST_SKIP() << "needs python3-dbusmock";
   }
-  void TearDown() override {
-    unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
-    sd_bus_close_unref(bus);
-  }
+  void TearDown() override { sd_bus_close_unref(bus); }
 
   void startBus() {
-    unlink((folder / "bus").c_str());
-    daemon = test::Child({"dbus-daemon", "--nofork", "--config-file", folder / "bus.conf"});
+    daemon.start();
     bus = sd_bus_close_unref(bus);
     ASSERT_TRUE(test::eventually([&] { return sd_bus_open_system(&bus) >= 0; }));
   }
@@ -74,8 +62,8 @@ class LogindSessionTest : public testing::Test {
   }
   void follow() { session.emplace(loop, Seconds(0.2)); }
 
-  TempFolder folder;
-  test::Child daemon, logind;
+  test::PrivateBus daemon{"DBUS_SYSTEM_BUS_ADDRESS"};
+  test::Child logind;
   sd_bus* bus = nullptr;
   EventLoop loop;
   std::optional<LogindSession> session;

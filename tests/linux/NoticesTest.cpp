@@ -2,13 +2,12 @@
 
 #include <cstdlib>
 
-#include "PrivateXServer.h"
+#include "linux/PrivateBus.h"
 #include "platform/linux/CommandProcesses.h"
 #include "platform/linux/DesktopNotifications.h"
 #include "platform/linux/ThemeSounds.h"
 #include "platform/sim/Fakes.h"
 #include "support/LoopSlices.h"
-#include "support/TempFolder.h"
 
 namespace velmora {
 namespace {
@@ -38,17 +37,14 @@ TEST_F(Notices, ReachTheDesktopAgainAfterTheBusWasLost) {
   test::PrivateXServer server;
   DesktopNotifications notifications(loop, log);
   for (const std::string title : {"Before", "Again"}) {
-    const std::string socket = folder / title, address = "unix:path=" + socket;
-    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    test::PrivateBus bus("DBUS_SESSION_BUS_ADDRESS");
     notifications.post("Lost", "nobody is there");
-    test::Child bus({"dbus-daemon", "--session", "--nofork", "--address=" + address});
-    ASSERT_TRUE(appears(socket));
+    bus.start();
     test::Child dunst({"dunst", "-conf", "/dev/null"}, server.display());
     ASSERT_TRUE(isShown("data"));  // its history answers
     notifications.post(title, "Well done & <rested> \xff");
     EXPECT_TRUE(isShown(title));
   }
-  unsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 
 TEST_F(Notices, SoundsAreHeardFromTheFirstPlayerThatCanAndAFewAtOnce) {

@@ -1,27 +1,17 @@
-#include <systemd/sd-bus.h>
-
-#include "linux/PrivateXServer.h"
+#include "linux/PrivateBus.h"
 #include "platform/linux/CommandProcesses.h"
 #include "platform/linux/PolkitAuthentication.h"
 #include "platform/sim/Fakes.h"
 #include "support/LoopSlices.h"
-#include "support/TempFolder.h"
 
 namespace velmora {
 namespace {
 
 TEST(PolkitAuthentication, IsYesWhenPolkitAllowsAndNoInAllOtherCases) {
-  const bool hasMock = access("/usr/lib/python3/dist-packages/dbusmock", F_OK) == 0;
-  if (!hasMock || !test::hasProgram("dbus-daemon")) GTEST_SKIP() << "needs python3-dbusmock";
-  TempFolder folder;
+  if (!test::PrivateBus::canMock()) GTEST_SKIP() << "needs python3-dbusmock";
+  test::PrivateBus bus("DBUS_SYSTEM_BUS_ADDRESS");
   EventLoop loop;
   sim::FakeLog log;
-  const std::string address = "unix:path=" + (folder / "bus");
-  putContent(folder / "bus.conf",
-             "<busconfig><type>system</type><listen>" + address +
-                 "</listen><policy context='default'><allow send_destination='*'/>"
-                 "<allow receive_sender='*'/><allow own='*'/></policy></busconfig>");
-  setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
   PolkitAuthentication owner(loop, log);
   const auto ask = [&] {
     std::vector<bool> answers;
@@ -33,8 +23,7 @@ TEST(PolkitAuthentication, IsYesWhenPolkitAllowsAndNoInAllOtherCases) {
     return isOwner;
   };
   EXPECT_FALSE(ask()) << "no bus";
-  test::Child bus({"dbus-daemon", "--nofork", "--config-file", folder / "bus.conf"});
-  ASSERT_TRUE(test::eventually([&] { return access((folder / "bus").c_str(), F_OK) == 0; }));
+  bus.start();
   EXPECT_FALSE(ask()) << "no polkit";
   test::Child polkit({"/usr/bin/python3", "-m", "dbusmock", "--template", "polkitd"});
   const auto mock = [&](std::vector<std::string> words) {
@@ -47,7 +36,6 @@ TEST(PolkitAuthentication, IsYesWhenPolkitAllowsAndNoInAllOtherCases) {
   ASSERT_TRUE(
       mock({"org.freedesktop.DBus.Mock", "SetAllowed", "as", "1", "com.velmora.app.end-session"}));
   EXPECT_TRUE(ask());
-  unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
 }
 
 }  // namespace

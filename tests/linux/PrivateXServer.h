@@ -243,4 +243,23 @@ class XClient {
   xcb_window_t root_;
 };
 
+// A test with a server of its own and a client of it.
+class XTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!canRunDesktop()) GTEST_SKIP() << "needs Xvfb and openbox";
+    signal(SIGPIPE, SIG_IGN);
+    server.emplace();
+    connect();
+  }
+  void connect() { client = std::make_unique<XClient>(server->display()); }
+  void startWindowManager() {
+    server->startWindowManager();
+    ASSERT_TRUE(client->awaitWindowManager());
+  }
+
+  std::optional<PrivateXServer> server;
+  std::unique_ptr<XClient> client;
+};
+
 }  // namespace velmora::test

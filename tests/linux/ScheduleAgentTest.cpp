@@ -9,40 +9,14 @@
 #include "platform/sim/Fakes.h"
 #include "support/NotedProcesses.h"
 #include "support/TempFolder.h"
+#include "support/WatchEntries.h"
 
 namespace velmora {
 namespace {
 
 using namespace std::chrono_literals;
-using std::chrono::local_days;
-using Entry = WatchTable::Entry;
-using Recurrence = Entry::Recurrence;
+using namespace velmora::test;
 
-const local_days monday{2026y / 11 / 23};
-
-Entry once(std::optional<local_days> date, int start, int end) {
-  Entry entry{.date = date, .first = {}, .last = {}, .excluded = {}, .weekdays = {}};
-  entry.startMinutes = start;
-  entry.endMinutes = end;
-  return entry;
-}
-Entry daily(int start, int end) {
-  Entry entry = once({}, start, end);
-  entry.recurrence = Recurrence::daily;
-  return entry;
-}
-Entry weekly(std::vector<int> days, int start, int end) {
-  Entry entry = once({}, start, end);
-  entry.recurrence = Recurrence::weekly;
-  entry.weekdays = std::move(days);
-  return entry;
-}
-Entry inNovember(Entry entry) {
-  entry.first = local_days(2026y / 11 / 1);
-  entry.last = local_days(2026y / 11 / 30);
-  entry.excluded = {local_days(2026y / 11 / 24)};
-  return entry;
-}
 Calendar in(const char* zone) {
   return Calendar(*Zone::named(zone));
 }
@@ -53,30 +27,22 @@ TEST(ScheduleRules, AMissionCoversThisMomentWhateverStandsBesideIt) {
     return watch::isCovered({.entries = std::move(entries), .isGuard = false},
                             calendar.instant(day, minute), calendar);
   };
-  EXPECT_TRUE(covers({daily(540, 600)}, monday, 540));
-  EXPECT_FALSE(covers({daily(540, 600)}, monday, 600));
-  EXPECT_TRUE(covers({daily(1380, 1440)}, monday, 1439));
-  EXPECT_FALSE(covers({daily(1380, 1440)}, monday, 1440));
-  EXPECT_TRUE(covers({weekly({2}, 0, 60)}, monday, 0));
-  EXPECT_FALSE(covers({weekly({1, 3}, 0, 60)}, monday, 0));
-  EXPECT_TRUE(covers({once(monday, 0, 60)}, monday, 0));
-  EXPECT_FALSE(covers({once(monday, 0, 60), once({}, 0, 60)}, local_days(2027y / 11 / 23), 0));
-  for (const auto day : {2026y / 11 / 1, 2026y / 11 / 30})
-    EXPECT_TRUE(covers({inNovember(daily(0, 60))}, local_days(day), 0));
-  for (const auto day : {2026y / 10 / 31, 2026y / 11 / 24, 2026y / 12 / 1})
-    EXPECT_FALSE(covers({inNovember(daily(0, 60))}, local_days(day), 0));
+  for (const auto& one : coverings())
+    EXPECT_EQ(covers({one.mission}, one.day, one.minute), one.isCovered)
+        << one.day.time_since_epoch().count() << ", " << one.minute;
+  EXPECT_FALSE(covers({once({}, 0, 60)}, kMonday, 0));
 
   // The table of truths in which a condition that groups from the left fails.
   const auto yes = daily(0, 1440);
   const auto no = daily(0, 1);
   auto past = yes;
-  past.last = local_days(2026y / 11 / 1);
-  EXPECT_TRUE(covers({yes, inNovember(no)}, monday, 720));
-  EXPECT_TRUE(covers({inNovember(no), yes}, monday, 720));
-  EXPECT_TRUE(covers({yes, past}, monday, 720));
-  EXPECT_TRUE(covers({once(monday, 0, 1440), weekly({1, 2}, 0, 1), once(monday, 0, 1)}, monday, 720));
-  EXPECT_FALSE(covers({no, past, inNovember(no)}, monday, 720));
-  EXPECT_FALSE(covers({}, monday, 720));
+  past.last = november(1);
+  EXPECT_TRUE(covers({yes, inNovember(no)}, kMonday, 720));
+  EXPECT_TRUE(covers({inNovember(no), yes}, kMonday, 720));
+  EXPECT_TRUE(covers({yes, past}, kMonday, 720));
+  EXPECT_TRUE(covers({once(kMonday, 0, 1440), weekly({1, 2}, 0, 1), once(kMonday, 0, 1)}, kMonday, 720));
+  EXPECT_FALSE(covers({no, past, inNovember(no)}, kMonday, 720));
+  EXPECT_FALSE(covers({}, kMonday, 720));
 }
 
 TEST(ScheduleRules, AMissionInWhichTheProgramWasQuitCountsForAGuardOnly) {
@@ -136,7 +102,7 @@ TEST(ScheduleRules, OnlyAWholeNumberIsAPass) {
 
 TEST(ScheduleTable, ComesBackAsItWasAndIsNeverGuessed) {
   const WatchTable table{
-      .entries = {inNovember(weekly({1, 7}, 0, 1440)), once(monday, 540, 600), daily(1, 2)},
+      .entries = {inNovember(weekly({1, 7}, 0, 1440)), once(kMonday, 540, 600), daily(1, 2)},
       .isGuard = true};
   const auto text = watch::tableText(table);
   EXPECT_EQ(watch::tableFromText(text), table);
@@ -170,10 +136,10 @@ class ScheduleAgentTest : public testing::Test {
 };
 
 TEST_F(ScheduleAgentTest, TheTimerRingsAtTheStartsOrAlways) {
-  table.entries = {weekly({2, 4}, 545, 600), daily(150, 240), once(monday, 1439, 1440),
+  table.entries = {weekly({2, 4}, 545, 600), daily(150, 240), once(kMonday, 1439, 1440),
                    weekly({}, 1, 2), once({}, 1, 2)};
   const auto berlin = in("Europe/Berlin");
-  const auto text = agents::scheduleTimer(table, berlin.instant(monday, 0), berlin);
+  const auto text = agents::scheduleTimer(table, berlin.instant(kMonday, 0), berlin);
   EXPECT_NE(text.find("[Timer]\n"
                       "OnCalendar=Mon,Wed *-*-* 09:05:00,30\n"
                       "OnCalendar=*-*-* 02:30:00,30\n"
@@ -197,7 +163,7 @@ TEST_F(ScheduleAgentTest, ItsTextsAreAcceptedByThoseWhoReadThem) {
   putContent(folder / "manager", "");
   CommandProcesses real;
   setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
-  table.entries = {weekly({1, 2, 3, 4, 5, 6, 7}, 545, 600), daily(150, 240), once(monday, 0, 1)};
+  table.entries = {weekly({1, 2, 3, 4, 5, 6, 7}, 545, 600), daily(150, 240), once(kMonday, 0, 1)};
   clock.localZone = *Zone::named("America/St_Johns");
   for (const bool isGuard : {false, true}) {
     table.isGuard = isGuard;
@@ -221,7 +187,7 @@ TEST_F(ScheduleAgentTest, WithAUserManagerOnlyWhatChangedIsWrittenAndRestarted) 
   EXPECT_TRUE(exists(check) && !exists(watcher));
   EXPECT_EQ(watch::tableFromText(contentOf(folder / "table.json")), table);
   agent.install(table);
-  table.entries[0].excluded = {monday};
+  table.entries[0].excluded = {kMonday};
   agent.install(table);
   EXPECT_EQ(processes.take(), Lines{}) << "when it rings is the same";
   EXPECT_EQ(watch::tableFromText(contentOf(folder / "table.json")), table);

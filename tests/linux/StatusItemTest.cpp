@@ -2,11 +2,10 @@
 
 #include <cstdlib>
 
-#include "linux/PrivateXServer.h"
+#include "linux/PrivateBus.h"
 #include "platform/linux/CommandProcesses.h"
 #include "platform/linux/DesktopStatusItem.h"
 #include "support/LoopSlices.h"
-#include "support/TempFolder.h"
 
 namespace velmora {
 namespace {
@@ -19,15 +18,9 @@ class StatusItemTest : public testing::Test {
   void SetUp() override {
     for (const char* program : {"trayer", "Xvfb", "dbus-daemon", "xdotool"})
       if (!test::hasProgram(program)) GTEST_SKIP() << program;
-    const std::string address = "unix:path=" + (folder / "bus");
-    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-    daemon = test::Child({"dbus-daemon", "--session", "--nofork", "--address=" + address});
-    ASSERT_TRUE(test::eventually([&] { return access((folder / "bus").c_str(), F_OK) == 0; }));
+    bus.start();
   }
-  void TearDown() override {
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
-    unsetenv("DISPLAY");
-  }
+  void TearDown() override { unsetenv("DISPLAY"); }
   void startPanel(const std::string& log) {
     const std::string source = std::getenv("VELMORA_SOURCE");
     panel = test::Child({"sh", "-c",
@@ -48,7 +41,8 @@ class StatusItemTest : public testing::Test {
 
   TempFolder folder;
   EventLoop loop;
-  test::Child daemon, panel;
+  test::PrivateBus bus{"DBUS_SESSION_BUS_ADDRESS"};
+  test::Child panel;
   std::vector<std::string> chosen;
 };
 

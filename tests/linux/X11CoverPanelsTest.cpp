@@ -8,14 +8,8 @@
 namespace velmora {
 namespace {
 
-class X11CoverPanelsTest : public testing::Test {
+class X11CoverPanelsTest : public test::XTest {
  protected:
-  void SetUp() override {
-    if (!test::canRunDesktop()) GTEST_SKIP() << "needs Xvfb and openbox";
-    signal(SIGPIPE, SIG_IGN);
-    server.emplace();
-    client = std::make_unique<test::XClient>(server->display());
-  }
   uint32_t pixel(int x, int y) {
     const auto question = xcb_get_image(client->raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, client->root(),
                                         int16_t(x), int16_t(y), 1, 1, 0xFFFFFF);
@@ -35,15 +29,12 @@ class X11CoverPanelsTest : public testing::Test {
     return test::eventually([&] { return client->viewable().size() == count; });
   }
 
-  std::optional<test::PrivateXServer> server;
-  std::unique_ptr<test::XClient> client;
   EventLoop loop;
   SystemClock clock;
 };
 
 TEST_F(X11CoverPanelsTest, StandsInFrontOfWhatTheManagerRaisesAndTakesNeitherFocusNorInput) {
-  server->startWindowManager();
-  ASSERT_TRUE(client->awaitWindowManager());
+  startWindowManager();
   const auto window = client->open({.frame = {80, 80, 400, 300}});
   client->activate(window);
   client->movePointer(200, 200);
@@ -117,7 +108,7 @@ TEST_F(X11CoverPanelsTest, DoesNothingWithoutAServerAndComesBackWithIt) {
   world.advance(Seconds(3));
   panels.show({0, 0, 100, 100});
   server->start();
-  client = std::make_unique<test::XClient>(server->display());
+  connect();
   world.advance(Seconds(3));
   panels.showAgain(lost);
   EXPECT_TRUE(shows(0));

@@ -22,16 +22,13 @@ struct Seen : X11Window {
 };
 
 // A desktop on a server of its own.
-class X11DesktopTest : public testing::Test {
+class X11DesktopTest : public test::XTest {
  protected:
   void SetUp() override {
-    if (!test::canRunDesktop()) GTEST_SKIP() << "needs Xvfb and openbox";
-    signal(SIGPIPE, SIG_IGN);
-    server.emplace();
-    client = std::make_unique<test::XClient>(server->display());
+    XTest::SetUp();
+    if (IsSkipped()) return;
     desktop = newDesktop();
-    server->startWindowManager();
-    ASSERT_TRUE(client->awaitWindowManager());
+    startWindowManager();
   }
   std::unique_ptr<X11Desktop> newDesktop() {
     return std::make_unique<X11Desktop>(
@@ -88,8 +85,6 @@ class X11DesktopTest : public testing::Test {
     return std::ranges::find_if(all, isForeign)->id;
   }
 
-  std::optional<test::PrivateXServer> server;
-  std::unique_ptr<test::XClient> client;
   EventLoop loop;
   sim::World world;
   sim::FakeClock clock{world};
@@ -250,7 +245,7 @@ TEST_F(X11DesktopTest, AServerThatDiesIsLookedForAgain) {
   EXPECT_FALSE(look().windows);
 
   server->start();
-  client = std::make_unique<test::XClient>(server->display());
+  connect();
   EXPECT_FALSE(look().windows) << "the next attempt is not due yet";
   world.jump(Seconds(3));
   open();

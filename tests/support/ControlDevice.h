@@ -1,5 +1,10 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <sstream>
+
 #include "control/CommandTable.h"
 #include "control/ControlServer.h"
 #include "control/StateDocument.h"
@@ -47,6 +52,20 @@ struct ControlDevice : SimDevice, Control {
     server.start();
     start();
   }
+};
+
+// A test that types commands.
+struct ControlTest : testing::Test {
+  // A command and its arguments, as typed.
+  CommandResult tell(const std::string& line) {
+    std::istringstream in(line);
+    const std::vector<std::string> words{std::istream_iterator<std::string>(in), {}};
+    return d.tell(words[0], {words.begin() + 1, words.end()});
+  }
+  int run(const std::string& line) { return tell(line).status; }
+
+  World world;
+  ControlDevice d{world};
 };
 
 }  // namespace velmora::sim

@@ -5,17 +5,6 @@ namespace {
 
 using Chrono = TimerFixture;
 
-TEST_F(Chrono, TheStopwatchCountsAndSavesAtEachStopAndEverySixtySeconds) {
-  play("stopwatch");
-  EXPECT_EQ(state(), "focus active 1500");
-  EXPECT_TRUE(preferences.boolean("vm_sw_running"));
-  play("119");
-  EXPECT_EQ(preferences.integer("vm_sw_elapsed"), 60);
-  play("stopwatch");
-  EXPECT_EQ(state(), "focus 1500");
-  EXPECT_EQ(preferences.integer("vm_sw_elapsed"), 119);
-}
-
 TEST_F(Chrono, TheCountdownEndsOneTickAfterZeroWithItsSound) {
   timer().setCountdownDuration(63);
   play("countdown");

@@ -29,33 +29,6 @@ TEST_F(Pomodoro, GoesFromStateToStateAsTheTableSays) {
   EXPECT_EQ(told(), (Texts{"habit", "clearContext", "dismissHUD"}));
 }
 
-TEST_F(Pomodoro, BlocksEndByTheLimitAndLongBreaksByTheCount) {
-  struct Row {
-    int every, limit;
-    const char* phases;  // after each skip; "|" marks the end of a block
-  };
-  const Row rows[] = {
-      {3, 0, " shortBreak focus shortBreak focus longBreak focus shortBreak"},
-      {4, 3, " shortBreak focus shortBreak focus |focus shortBreak focus"},
-      {2, 2, " shortBreak focus longBreak |focus shortBreak focus longBreak"},
-      {2, 1, " |focus |focus |focus |focus |focus |focus |focus"},
-      {0, 0, " longBreak focus longBreak focus longBreak focus longBreak"}};  // counts as 1
-  for (const Row& row : rows) {
-    startAfresh();
-    change([&](auto& s) {
-      s.sessionsBeforeLongBreak = row.every;
-      s.focusSessionLimit = row.limit;
-    });
-    std::string seen;
-    for (int i = 0; i < 7; ++i) {
-      play("skip");
-      seen += notifications.posted.back().title == "Pomodoro block complete" ? " |" : " ";
-      seen += rawText(timer().currentSessionType.get());
-    }
-    EXPECT_EQ(seen, row.phases) << row.every << " every, limit " << row.limit;
-  }
-}
-
 TEST_F(Pomodoro, EveryEndIsToldInItsOwnWords) {
   const struct {
     int every, limit;

@@ -33,18 +33,6 @@ TEST_F(Restore, ARunningPhaseGoesOnThreeTenthsAfterTheStart) {
   EXPECT_EQ(chrono(), "110+ 3600");
 }
 
-TEST_F(Restore, AllComesBackThoughThePhaseRanOutAndTheBlockStillEndsAfterItsBreak) {
-  soften();
-  change([](auto& s) { s.focusSessionLimit = s.sessionsBeforeLongBreak = 2; });
-  play("skip skip skip start");
-  relaunch(900);
-  play("1");
-  EXPECT_EQ(state(), "longBreak 900");  // full and uncounted
-  EXPECT_EQ(timer().completedSessions.get(), 2);
-  play("skip");
-  EXPECT_EQ(notifications.posted.back().title, "Pomodoro block complete");
-}
-
 TEST_F(Restore, ALostContextBringsUpTheGate) {
   play("begin");
   recorder.hasContext = false;
@@ -90,19 +78,6 @@ TEST_F(Restore, HugeNumbersStopAtTheEndOfTheNumbers) {
   block.rhythm = ScheduleRhythm::pomodoro;
   timer().startScheduledBlock(block);
   EXPECT_EQ(state(), "focus running active 3600");
-}
-
-TEST_F(Restore, AMissionCutShortIsCleanedUpAndNothingResumes) {
-  play("begin skip mission");
-  preferences.setBlob("vm_focus_active_context_v2", "{}");
-  relaunch(10);
-  EXPECT_EQ(preferences.read("vm_schedule_session_active_v4"), PreferenceValue(false));
-  for (const char* key :
-       {"vm_schedule_session_id_v4", "vm_schedule_session_end_v4", "vm_focus_active_context_v2"})
-    EXPECT_FALSE(preferences.has(key)) << key;
-  play("1");
-  EXPECT_EQ(state(), "focus 1500");
-  EXPECT_EQ(timer().completedSessions.get(), 0);
 }
 
 TEST_F(Restore, OnTheSyncLineOnlyTheScreensModesSurvive) {

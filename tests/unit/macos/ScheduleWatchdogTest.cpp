@@ -4,36 +4,15 @@
 
 #include "platform/sim/Fakes.h"
 #include "support/TempFolder.h"
+#include "support/WatchEntries.h"
 
 namespace velmora {
 namespace {
 
-using namespace std::chrono_literals;
-using std::chrono::local_days;
-using Entry = WatchTable::Entry;
-using Recurrence = Entry::Recurrence;
-
-Entry once(std::optional<local_days> date, int start, int end) {
-  return {.recurrence = Recurrence::once, .date = date, .startMinutes = start, .endMinutes = end};
-}
-Entry daily(int start, int end) {
-  return {.recurrence = Recurrence::daily, .startMinutes = start, .endMinutes = end};
-}
-Entry weekly(std::vector<int> days, int start, int end) {
-  return {.recurrence = Recurrence::weekly, .weekdays = std::move(days), .startMinutes = start,
-          .endMinutes = end};
-}
-// From 1 to 30 November, without the 24th.
-Entry inNovember(Entry entry) {
-  entry.first = local_days(2026y / 11 / 1);
-  entry.last = local_days(2026y / 11 / 30);
-  entry.excluded = {local_days(2026y / 11 / 24)};
-  return entry;
-}
+using namespace velmora::test;
 
 class ScheduleWatchdogTest : public testing::Test {
  protected:
-  const local_days monday{2026y / 11 / 23};
   TempFolder temp;
   sim::FakeProcesses processes;
   ScheduleWatchdog watchdog{processes,
@@ -65,7 +44,7 @@ TEST_F(ScheduleWatchdogTest, TheConditionHoldsEveryKindOfMission) {
       R"(! [[ "$iso_date" < "2026-11-01" ]] && ! [[ "$iso_date" > "2026-11-30" ]] && )"
       R"([[ "$iso_date" != "2026-11-24" ]] && )";
   // Neither range nor exclusions count for one that takes place once.
-  expect({inNovember(once(monday, 540, 1440)), once(std::nullopt, 0, 60)},
+  expect({inNovember(once(kMonday, 540, 1440)), once(std::nullopt, 0, 60)},
          R"([[ "$iso_date" == "2026-11-23" ]] && (( minutes >= 540 && minutes < 1440 )))");
   expect({daily(0, 60)}, "(( minutes >= 0 && minutes < 60 ))");
   EXPECT_EQ(ScheduleWatchdog(processes, {"", "", "", "/Applications/Velmora.app"}).script({}),
@@ -98,7 +77,7 @@ TEST_F(ScheduleWatchdogTest, ThePropertyListsNameTheScriptAndWhenItIsWoken) {
   };
   std::string each;
   for (int day = 1; day <= 7; ++day) each += dict(on(day), 0, 0);
-  const std::vector<Entry> entries{once(monday, 545, 600), once(std::nullopt, 1, 2), daily(0, 60),
+  const std::vector<Entry> entries{once(kMonday, 545, 600), once(std::nullopt, 1, 2), daily(0, 60),
                                    weekly({1, 7}, 1439, 1440)};
   expect({.entries = entries},
          "    <key>StartCalendarInterval</key><array>\n" +
@@ -152,7 +131,9 @@ class ScheduleScript : public ScheduleWatchdogTest {
     putContent(temp / "bin/" + name, "#!/bin/sh\n" + text + "\n");
     std::filesystem::permissions(temp / "bin/" + name, std::filesystem::perms::owner_all);
   }
-  bool opens(std::vector<Entry> entries, const std::string& now) {
+  // At that minute, by the clock of Greenwich.
+  bool opens(std::vector<Entry> entries, local_days day = kMonday, int minute = 720) {
+    const auto now = std::chrono::seconds(day.time_since_epoch()).count() + minute * 60;
     std::string text = watchdog.script({.entries = std::move(entries)});
     for (const std::string name : {"/usr/bin/defaults", "/bin/date", "/bin/echo", "/usr/bin/pgrep",
                                    "/usr/bin/open"})
@@ -160,7 +141,7 @@ class ScheduleScript : public ScheduleWatchdogTest {
                           (at = text.find(" " + name)) != text.npos;)
         text.replace(at + 1, name.size(), temp / "bin" + name.substr(name.rfind('/')));
     putContent(temp / "script", text);
-    putContent(temp / "now", now);
+    putContent(temp / "now", "@" + std::to_string(now));
     std::filesystem::remove(temp / "opened");
     EXPECT_EQ(std::system(("zsh -f " + (temp / "script") + " 2> " + (temp / "errors")).c_str()) &
                   0xff, 0);
@@ -172,36 +153,18 @@ class ScheduleScript : public ScheduleWatchdogTest {
   }
 };
 
-TEST_F(ScheduleScript, OpensWithinAMissionOnly) {
-  EXPECT_TRUE(opens({daily(540, 600)}, "2026-11-23 09:00:00"));
-  EXPECT_TRUE(opens({daily(540, 600)}, "2026-11-23 09:59:59"));
-  EXPECT_FALSE(opens({daily(540, 600)}, "2026-11-23 10:00"));
-  EXPECT_TRUE(opens({daily(488, 549)}, "2026-11-23 08:08")) << "not octal";
-  EXPECT_TRUE(opens({daily(488, 549)}, "2026-11-23 08:09"));
-  EXPECT_TRUE(opens({daily(488, 549)}, "2026-11-23 09:08"));
-  EXPECT_FALSE(opens({daily(488, 549)}, "2026-11-23 09:09"));
-  EXPECT_TRUE(opens({daily(1380, 1440)}, "2026-11-23 23:59:59")) << "to the end of the day";
-  EXPECT_FALSE(opens({daily(1380, 1440)}, "2026-11-24 00:00"));
-
-  EXPECT_TRUE(opens({once(monday, 0, 1440)}, "2026-11-23 12:00"));
-  EXPECT_FALSE(opens({once(monday, 0, 1440)}, "2027-11-23 12:00")) << "not a year later";
-  EXPECT_TRUE(opens({weekly({2}, 0, 1440)}, "2026-11-23 12:00"));
-  EXPECT_FALSE(opens({weekly({1, 7}, 0, 1440)}, "2026-11-23 12:00"));
-  EXPECT_TRUE(opens({weekly({1, 7}, 0, 1440)}, "2026-11-22 12:00"));
-  const auto november = inNovember(daily(0, 1440));
-  for (const char* day : {"2026-11-01", "2026-11-23", "2026-11-30"})
-    EXPECT_TRUE(opens({november}, day)) << day;
-  for (const char* day : {"2026-10-31", "2026-11-24", "2026-12-01"})
-    EXPECT_FALSE(opens({november}, day)) << day;
-
+TEST_F(ScheduleScript, OpensWithinAMissionOnlyAndNotWhatRuns) {
+  for (const auto& one : coverings())
+    EXPECT_EQ(opens({one.mission}, one.day, one.minute), one.isCovered)
+        << one.day.time_since_epoch().count() << ", " << one.minute;
   putContent(temp / "running", "");
-  EXPECT_FALSE(opens({daily(540, 600)}, "2026-11-23 09:00"));
+  EXPECT_FALSE(opens({daily(540, 600)}, kMonday, 540));
 }
 
 TEST_F(ScheduleScript, APassThatIsAWholeNumberHoldsItBack) {
   const auto opensWith = [&](const std::string& pass) {
     putContent(temp / "pass", pass);
-    return opens({daily(540, 600)}, "2026-11-23 09:00");  // 1795424400
+    return opens({daily(540, 600)}, kMonday, 540);  // 1795424400
   };
   EXPECT_FALSE(opensWith("1795424401"));
   EXPECT_TRUE(opensWith("1795424400")) << "over";
@@ -215,20 +178,19 @@ TEST_F(ScheduleScript, MissionsSideBySide) {
   const auto guardedYes = inNovember(daily(0, 1440));
   const auto guardedNo = inNovember(daily(0, 1));
   const auto past = [](Entry entry) {
-    entry.last = local_days(2026y / 11 / 1);
+    entry.last = november(1);
     return entry;
   };
-  const auto now = "2026-11-23 12:00";
-  EXPECT_TRUE(opens({no, yes}, now));
-  EXPECT_TRUE(opens({yes, no}, now));
-  EXPECT_FALSE(opens({no, no}, now));
-  EXPECT_TRUE(opens({guardedYes, no}, now));
-  EXPECT_TRUE(opens({no, guardedYes}, now));
-  EXPECT_FALSE(opens({yes, guardedNo}, now)) << "(yes || guard && guard && guard) && no";
-  EXPECT_FALSE(opens({yes, past(no)}, now));
-  EXPECT_TRUE(opens({yes, past(yes)}, now)) << "(yes || guard) && yes";
-  EXPECT_TRUE(opens({past(yes), yes}, now));
-  EXPECT_FALSE(opens({once(monday, 0, 1440), weekly({1, 2}, 0, 1), once(monday, 0, 1)}, now))
+  EXPECT_TRUE(opens({no, yes}));
+  EXPECT_TRUE(opens({yes, no}));
+  EXPECT_FALSE(opens({no, no}));
+  EXPECT_TRUE(opens({guardedYes, no}));
+  EXPECT_TRUE(opens({no, guardedYes}));
+  EXPECT_FALSE(opens({yes, guardedNo})) << "(yes || guard && guard && guard) && no";
+  EXPECT_FALSE(opens({yes, past(no)}));
+  EXPECT_TRUE(opens({yes, past(yes)})) << "(yes || guard) && yes";
+  EXPECT_TRUE(opens({past(yes), yes}));
+  EXPECT_FALSE(opens({once(kMonday, 0, 1440), weekly({1, 2}, 0, 1), once(kMonday, 0, 1)}))
       << "a date is a guard too";
 }
 

@@ -70,20 +70,6 @@ TEST_F(MissionEditingTest, OneOccurrenceBecomesAMissionOfItsOwnBehindItsSeries) 
   EXPECT_EQ(missions.doAgain().error(), Refusal::nothingToUndo);
 }
 
-TEST_F(MissionEditingTest, ASplitLeavesEarlierOccurrencesAsTheyWere) {
-  auto original = series();
-  original.excludedDates = {day(7), day(8), day(14)};
-  missions.updateMission(kCalendar, original, "Edit Mission");
-  missions.applyEditToFutureOccurrences(edit(original, 9, 9, 660));
-  EXPECT_EQ(all()[0].id, original.id);
-  EXPECT_EQ(occurrences(0), (Days{0, 2}));
-  EXPECT_EQ(all()[0].excludedDates, (std::vector{day(7), day(8)}));
-  EXPECT_EQ(occurrences(1), (Days{9, 16}));
-  EXPECT_EQ(all()[1].excludedDates, std::vector{day(14)});
-  missions.takeBack();
-  EXPECT_EQ(all(), std::vector{original});
-}
-
 TEST_F(MissionEditingTest, FutureOccurrencesMoveToAnotherDay) {
   auto original = series();
   original.excludedDates = {day(8)};

@@ -58,17 +58,6 @@ TEST_F(Schedule, AMissionStoppedByHandStaysSoForThatOccurrenceOnly) {
   EXPECT_EQ(done(), 3);  // A and B, each replaced, and A again, switched off
 }
 
-TEST_F(Schedule, AMissionPutInFrontOfAStoppedOneEndsWithItsOwnEnd) {
-  plan({mission("A", 540, 660)});
-  go(550);
-  timer().pause();
-  edit([&](auto& list) { list.push_back(mission("B", 530, 600)); });
-  EXPECT_EQ(state(), "B");
-  go(600);
-  EXPECT_EQ(state(), "(stopped)");
-  EXPECT_EQ(done(), 1);
-}
-
 TEST_F(Schedule, APassEndsTheMissionUncountedAndHoldsToItsEndOverARelaunch) {
   plan({mission("A", 540, 600), mission("B", 600, 660)});
   schedule().setHardRoutineEnabled(true);
@@ -106,20 +95,6 @@ TEST_F(Schedule, HardRoutineBindsTheUserButNotTheServiceItself) {
   schedule().setEnabled(false);
   EXPECT_EQ(state(), "-");
   EXPECT_EQ(done(), 1);
-}
-
-TEST_F(Schedule, ChangingThePlannerAsksFirstWhileAMissionRuns) {
-  plan({mission("A", 540, 600)});
-  schedule().replaceSimpleEntries({mission("S", 560, 600)}, nullptr, "");
-  go(550);
-  EXPECT_FALSE(schedule().changeOperatingMode(ScheduleOperatingMode::simple, false));
-  EXPECT_TRUE(schedule().changeOperatingMode(ScheduleOperatingMode::simple, true));
-  EXPECT_EQ(state(), "-");
-  EXPECT_EQ(done(), 0);
-  EXPECT_TRUE(schedule().changeOperatingMode(ScheduleOperatingMode::simple, false));
-  go(560);
-  relaunch(1);
-  EXPECT_EQ(state(), "S");
 }
 
 TEST_F(Schedule, HandsTheTimerWhatTheModeAsksForAndAnnouncesIt) {
