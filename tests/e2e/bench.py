@@ -128,19 +128,6 @@ class WithBrowser:
     def remaining(self):
         return self.velmora.status()["session"]["remaining"]
 
-    def hosts(self):
-        """The processes of the link that serve this browser."""
-        found = []
-        for pid in filter(str.isdigit, os.listdir("/proc")):
-            try:
-                with open("/proc/%s/stat" % pid) as stat, open("/proc/%s/cmdline" % pid) as command:
-                    parent = int(stat.read().rsplit(")", 1)[1].split()[1])
-                    if parent == self.browser.process.pid and "velmora-browser-host" in command.read():
-                        found.append(int(pid))
-            except OSError:
-                pass
-        return found
-
 
 def wall_clock(since, full=1500):
     """What a clock started at `since` with `full` seconds must show."""

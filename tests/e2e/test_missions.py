@@ -11,7 +11,7 @@ import unittest
 import uuid
 
 from bench import Screen, eventually
-from stage import PROGRAMS, Velmora, leave_zone
+from stage import Velmora, leave_zone
 
 CADENCE = 17  # seconds: from look to look, the accuracy of the manager's timers, and a start
 MOMENT = 4  # seconds: a start alone, on a busy machine
@@ -77,7 +77,7 @@ class Place:
         config = self.velmora.home.path + "/.config"
         if self.has_manager:
             return self.systemctl("is-active", "com.velmora.schedule.timer").stdout.strip() == "active"
-        return os.path.exists(config + "/autostart/com.velmora.schedule-watch.desktop") and bool(self.processes(PROGRAMS + "/velmora", "--schedule-watch"))
+        return os.path.exists(config + "/autostart/com.velmora.schedule-watch.desktop") and bool(self.velmora.processes("--schedule-watch"))
 
     def is_running(self):
         """A mission runs, in a program that answers."""
@@ -104,24 +104,11 @@ class Place:
         subprocess.run(shlex.split(command.replace("%%", "%")), env=self.velmora.environment(), check=True)
 
     def residents(self):
-        return self.processes(PROGRAMS + "/velmora", "--scheduled-launch")
-
-    def processes(self, *words):
-        """Those of this user whose command line begins so."""
-        found = []
-        for pid in filter(str.isdigit, os.listdir("/proc")):
-            try:
-                with open("/proc/%s/environ" % pid) as environment, open("/proc/%s/cmdline" % pid) as command:
-                    if "HOME=" + self.velmora.home.path + "\0" in environment.read() and \
-                            tuple(command.read().split("\0")[:len(words)]) == words:
-                        found.append(int(pid))
-            except OSError:
-                pass
-        return found
+        return self.velmora.processes("--scheduled-launch")
 
     def kill_all(self, *modes):
         for mode in modes:
-            for pid in self.processes(PROGRAMS + "/velmora", mode):
+            for pid in self.velmora.processes(mode):
                 os.kill(pid, signal.SIGKILL)
 
     def close(self):
@@ -180,7 +167,7 @@ class Watchdog(unittest.TestCase):
         for place in self.places:
             surfaces = json.loads(place.velmora.tell("state"))["surfaces"]
             self.assertFalse(surfaces["window"]["wanted"], "it is a start without a window, but for the notice")
-            self.assertEqual(len(place.residents()), 1)
+            self.assertTrue(eventually(lambda: len(place.residents()) == 1), "what started it has gone")
         if self.places[-1].has_manager:
             with open("/proc/%d/cgroup" % self.places[-1].residents()[0]) as group:
                 self.assertIn("/app.slice/app-com.velmora.app@", group.read(), "a unit of its own")
@@ -273,4 +260,4 @@ class Check(unittest.TestCase):
         self.velmora.run("--schedule-check")
         self.assertEqual(self.velmora.run("--scheduled-launch")[:2], (0, ""))
         self.assertEqual(self.place.residents(), [self.velmora.process.pid])
-        self.assertFalse(self.place.processes(PROGRAMS + "/velmora-window"))
+        self.assertFalse(self.velmora.window_processes())

@@ -38,19 +38,11 @@ class Schedule(unittest.TestCase):
     def state(self, member):
         return json.loads(self.velmora.tell("state"))[member]
 
-    def missions(self):
-        return json.loads(self.velmora.tell("missions", "list", "--json"))
-
     def assertShows(self, *texts):
         self.assertTrue(self.window.shows(*texts), (set(texts) - set(self.window.visible()), self.window.visible()))
 
     def place(self, day, hour):
         return round(LEFT + (day + 0.5) * COLUMN), round(END - (24 - hour) * HOUR)
-
-    def now(self):
-        """The day of the week, 0 to 6, and the hour, by the clock on the wall."""
-        now = time.localtime()
-        return now.tm_wday, now.tm_hour
 
     def terminal(self):
         program = subprocess.Popen(["xterm", "-T", "Games"], env=self.screen.environment, stderr=subprocess.DEVNULL)
@@ -59,28 +51,11 @@ class Schedule(unittest.TestCase):
         self.screen.window("Games")
         return program
 
-    def test_a_mission_drawn_for_later_is_named_moved_and_taken_back(self):
-        day, hour = self.now()
-        self.window.drag(self.place(day, hour + 2.05), self.place(day, hour + 3))
-        self.assertShows("Save", "listed.test")
-        self.window.press("e", "s", "s", "a", "y", "Return")  # in place of the name that it has by itself
-        self.assertTrue(eventually(lambda: [m["label"] for m in self.missions()] == ["essay"], 5, 0.05))
-        self.assertTrue(eventually(lambda: "Save" not in self.window.visible(), 5, 0.05))
-        self.window.press("Down", "Down", "shift+Down", "Return")
-        self.assertTrue(eventually(lambda: (self.missions()[0]["startMinutes"], self.missions()[0]["endMinutes"])
-                                   == (hour * 60 + 150, hour * 60 + 225), 5, 0.05), self.missions())
-        for keys in ("ctrl+c", "ctrl+v", "ctrl+x"):
-            self.window.press(keys)
-            time.sleep(0.3)
-        self.assertTrue(eventually(lambda: self.state("schedule").get("undo") == "Delete Mission", 5, 0.05))
-        for key, count in (("ctrl+z", 2), ("ctrl+z", 1), ("ctrl+z", 1), ("ctrl+z", 1), ("ctrl+z", 0), ("ctrl+y", 1)):
-            self.window.press(key)
-            self.assertTrue(eventually(lambda: len(self.missions()) == count, 5, 0.05), (key, count))
-
     def test_a_mission_drawn_over_this_moment_runs_until_the_schedule_is_switched_off(self):
         terminal = self.terminal()
         self.screen.raise_(hex(int(self.window.id)))
-        day, hour = self.now()
+        now = time.localtime()
+        day, hour = now.tm_wday, now.tm_hour
         self.window.drag(self.place(day, hour), self.place(day, hour + 2))
         began = time.monotonic()
         self.assertShows("Soft Block", "New mission", "%02d:00 – %02d:00 · Nonstop" % (hour, hour + 2))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -13,6 +14,14 @@
 #include "support/SimDevice.h"
 
 namespace velmora::simulation {
+
+// Half-hour and odd offsets, changes at midnight, changes of half an hour, and none at all.
+inline constexpr std::array kZones{"UTC",           "Europe/Berlin",      "America/New_York",
+                                   "Asia/Kolkata",  "Asia/Kathmandu",     "Australia/Lord_Howe",
+                                   "Africa/Cairo",  "America/St_Johns",   "Pacific/Chatham",
+                                   "Asia/Beirut",   "America/Santiago",   "Asia/Tokyo",
+                                   "Pacific/Apia",  "Pacific/Kiritimati", "Atlantic/Azores",
+                                   "America/Havana"};
 
 // An invariant did not hold; the text says which, and tells the last hundred events.
 struct Broken : std::runtime_error {
@@ -42,11 +51,13 @@ class Life {
   // What an action does to the program, and what the rules make of it.
   struct Action {
     std::string name;
-    std::function<void()> program;
-    std::function<void(Expectation&)> rules;
-    bool ticks = false;       // the program answers at once
-    bool isOneWrite = false;  // the store may not hold a part of it
-    bool isTwo = false;       // really two things, with a state between them
+    std::function<void(App&)> program;
+    std::function<void(Expectation&, Date)> rules;
+    struct Kind {
+      bool ticks = false;       // the program answers at once
+      bool isOneWrite = false;  // the store may not hold a part of it
+      bool isTwo = false;       // really two things, with a state between them
+    } kind = {};
   };
 
   int64_t pick(int64_t below);
@@ -66,6 +77,9 @@ class Life {
   Action editOfMissions();
   Action takeBack(bool again);
   std::optional<Action> ofTheMission();
+  Action otherSettings();
+  Action control(const char* name, std::function<void(TimerService&)> program,
+                 std::function<void(Session&, double)> rule, bool isTwo = false);
   std::optional<Action> ofTheUser();
   void editAsTheWindowsDo();
   void fault();
@@ -81,7 +95,6 @@ class Life {
   std::optional<std::string> mismatch(const Expectation& expected, bool isSettled) const;
   SiteBlockEngine::FocusRule rule(const Expectation& expected) const;
   std::optional<std::string> storedDiffers(const Expectation& expected) const;
-  void checkReload();
   void note(const std::string& event);
   void noteRunning();
   void tidy();

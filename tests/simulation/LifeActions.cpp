@@ -71,213 +71,189 @@ Life::Action Life::editOfMissions() {
   } else {
     Mission& m = which();
     name += m.label + " ";
+    const auto nudged = [this](int minute) { return minute + static_cast<int>(pick(121)) - 60; };
     switch (pick(8)) {
       case 0:
-        missions.erase(missions.begin() + (&m - missions.data()));
         name += "removed";
+        missions.erase(missions.begin() + (&m - missions.data()));
         break;
       case 1:
-        m.isEnabled = !m.isEnabled;
         name += "switched";
+        m.isEnabled = !m.isEnabled;
         break;
       case 2:
-        m.end = std::clamp<int>(m.end + static_cast<int>(pick(121)) - 60, m.start + 1, 1440);
+        m.end = std::clamp(nudged(m.end), m.start + 1, 1440);
         name += "until " + std::to_string(m.end);
         break;
       case 3:
-        m.start = std::clamp<int>(m.start + static_cast<int>(pick(121)) - 60, 0, m.end - 1);
+        m.start = std::clamp(nudged(m.start), 0, m.end - 1);
         name += "from " + std::to_string(m.start);
         break;
       case 4:
-        m.without.insert(chance(0.5) ? today : someDay());
         name += "without a day";
+        m.without.insert(chance(0.5) ? today : someDay());
         break;
       case 5:
+        name += "on other days";
         if (m.recurs == ScheduleRecurrence::once)
           m.on = chance(0.5) ? today : someDay();
         else
           m.until = today + chrono::days(pick(5) - 1);
-        name += "on other days";
         break;
       case 6:
+        name += "otherwise";
         m.isBrak = !m.isBrak;
         m.isPomodoro = chance(0.5);
-        name += "otherwise";
         break;
       default:
         name += "replaced";
         m = randomMission();
-        break;
     }
   }
   const auto list = entries(missions, expected_.wall);
-  return {name,
-          [this, simple, list, old = expected_.lists[simple ? 1 : 0]] {
-            auto& schedule = app().schedule;
-            // Equal to the last order of days cut out: then it is no step.
-            const bool isStep = (simple ? schedule.simpleEntries : schedule.entries).get() != list;
-            if (simple)
-              schedule.replaceSimpleEntries(list, &undo_, "Edit");
-            else
-              schedule.replaceEntries(list, &undo_, "Edit");
-            if (!isStep) return;
-            undoable_.emplace_back(simple, old);
-            redoable_.clear();
-          },
-          [this, simple, missions](Expectation& e) { e.setMissions(simple, missions, now()); },
-          true};
+  const auto replace = [this, simple, list, old = expected_.lists[simple ? 1 : 0]](App& app) {
+    auto& schedule = app.schedule;
+    // Equal to the last order of days cut out: then it is no step.
+    const bool isStep = (simple ? schedule.simpleEntries : schedule.entries).get() != list;
+    if (simple)
+      schedule.replaceSimpleEntries(list, &undo_, "Edit");
+    else
+      schedule.replaceEntries(list, &undo_, "Edit");
+    if (!isStep) return;
+    undoable_.emplace_back(simple, old);
+    redoable_.clear();
+  };
+  const auto rules = [simple, missions](Expectation& e, Date at) {
+    e.setMissions(simple, missions, at);
+  };
+  return {name, replace, rules, {.ticks = true}};
 }
 
 Life::Action Life::takeBack(bool again) {
-  return {again ? "redo" : "undo", [this, again] { again ? undo_.redo() : undo_.undo(); },
-          [this, again](Expectation& e) {
-            auto& from = again ? redoable_ : undoable_;
-            if (from.empty()) return;
-            const auto [simple, missions] = from.back();
-            from.pop_back();
-            (again ? undoable_ : redoable_).emplace_back(simple, e.lists[simple ? 1 : 0]);
-            e.setMissions(simple, missions, now());
-          },
-          true};
+  const auto rules = [this, again](Expectation& e, Date at) {
+    auto& from = again ? redoable_ : undoable_;
+    if (from.empty()) return;
+    const auto [simple, missions] = from.back();
+    from.pop_back();
+    (again ? undoable_ : redoable_).emplace_back(simple, e.lists[simple ? 1 : 0]);
+    e.setMissions(simple, missions, at);
+  };
+  const auto program = [this, again](App&) { again ? undo_.redo() : undo_.undo(); };
+  return {again ? "redo" : "undo", program, rules, {.ticks = true}};
 }
 
 std::optional<Life::Action> Life::ofTheMission() {
   switch (pick(5)) {
     case 0:
     case 1: {
-      const auto how = pick(3);
       if (!expected_.running) return {};
-      return Action{"stop by hand",
-                    [this, how] {
-                      if (how == 0) app().timer.pause();
-                      if (how == 1) app().timer.reset();
-                      if (how == 2) app().timer.skipSession();
-                    },
-                    [this](Expectation& e) { e.stop(now()); }};
+      const auto control = oneOf(std::vector{&TimerService::pause, &TimerService::reset,
+                                             &TimerService::skipSession});
+      return Action{"stop by hand", [control](App& app) { (app.timer.*control)(); },
+                    &Expectation::stop};
     }
     case 2: {
       const bool on = !expected_.isHard;
       return Action{on ? "hard routine on" : "hard routine off",
-                    [this, on] { app().schedule.setHardRoutineEnabled(on); },
-                    [this, on](Expectation& e) { e.setHard(on, now()); }, true};
+                    [on](App& app) { app.schedule.setHardRoutineEnabled(on); },
+                    [on](Expectation& e, Date at) { e.setHard(on, at); }, {.ticks = true}};
     }
     case 3: {
-      const bool interrupts = chance(0.5);
-      const bool simple = !expected_.isSimple;
-      return Action{"the other planner",
-                    [this, simple, interrupts] {
-                      app().schedule.changeOperatingMode(
-                          simple ? ScheduleOperatingMode::simple : ScheduleOperatingMode::calendar,
-                          interrupts);
-                    },
-                    [this, simple, interrupts](Expectation& e) {
-                      e.changePlanner(simple, interrupts, now());
-                    },
-                    true,
-                    false,
-                    expected_.running.has_value()};
+      const bool simple = !expected_.isSimple, interrupts = chance(0.5);
+      const auto planner = simple ? ScheduleOperatingMode::simple : ScheduleOperatingMode::calendar;
+      return Action{
+          "the other planner",
+          [planner, interrupts](App& app) {
+            app.schedule.changeOperatingMode(planner, interrupts);
+          },
+          [simple, interrupts](Expectation& e, Date at) { e.changePlanner(simple, interrupts, at); },
+          {.ticks = true, .isTwo = expected_.running.has_value()}};
     }
     default: {
       const bool on = !expected_.isEnabled || chance(0.6);
       return Action{on ? "schedule on" : "schedule off",
-                    [this, on] { app().schedule.setEnabled(on); },
-                    [this, on](Expectation& e) { e.setEnabled(on, now()); }, true};
+                    [on](App& app) { app.schedule.setEnabled(on); },
+                    [on](Expectation& e, Date at) { e.setEnabled(on, at); }, {.ticks = true}};
     }
   }
+}
+
+Life::Action Life::otherSettings() {
+  PomodoroSettings s = expected_.session.settings;
+  s.focusDuration = 1 + pick(chance(0.5) ? 3 : 40);
+  s.shortBreakDuration = 1 + pick(6);
+  s.longBreakDuration = 1 + pick(20);
+  s.sessionsBeforeLongBreak = 1 + pick(4);
+  s.focusSessionLimit = chance(0.5) ? 0 : pick(5);
+  s.autoStart = chance(0.5);
+  s.isBrakModeEnabled = chance(0.5);
+  s.isSoftBlocklistEnabled = chance(0.3);
+  const auto program = [this, s](App& app) {
+    savePomodoroSettings(device_.preferences, s);
+    app.timer.setSettings(s);
+  };
+  return {"other settings", program, [s](Expectation& e, Date) { e.session.change(s); }};
+}
+
+// What the user does with a clock of his own.
+Life::Action Life::control(const char* name, std::function<void(TimerService&)> program,
+                           std::function<void(Session&, double)> rule, bool isTwo) {
+  return {name, [program](App& app) { program(app.timer); },
+          [rule](Expectation& e, Date at) { rule(e.session, at.secondsSinceUnixEpoch()); },
+          {.isTwo = isTwo}};
 }
 
 std::optional<Life::Action> Life::ofTheUser() {
-  const bool isMission = expected_.running.has_value();
-  const auto at = [this] { return now().secondsSinceUnixEpoch(); };
-  auto& timer = app().timer;
-  switch (pick(9)) {
-    case 0: {
-      PomodoroSettings s = expected_.session.settings;
-      s.focusDuration = 1 + pick(chance(0.5) ? 3 : 40);
-      s.shortBreakDuration = 1 + pick(6);
-      s.longBreakDuration = 1 + pick(20);
-      s.sessionsBeforeLongBreak = 1 + pick(4);
-      s.focusSessionLimit = chance(0.5) ? 0 : pick(5);
-      s.autoStart = chance(0.5);
-      s.isBrakModeEnabled = chance(0.5);
-      s.isSoftBlocklistEnabled = chance(0.3);
-      return Action{"other settings",
-                    [this, s] {
-                      savePomodoroSettings(device_.preferences, s);
-                      app().timer.setSettings(s);
-                    },
-                    [s](Expectation& e) { e.session.change(s); }};
-    }
-    case 1:
-    case 2:
-      if (isMission) return {};
-      return Action{"start", [&timer] { timer.start(false); },
-                    [at](Expectation& e) { e.session.start(false, at()); }};
+  const auto kind = pick(9);
+  if (kind == 0) return otherSettings();
+  if (kind == 1)
+    return Action{"emergency pass", [](App& app) { app.timer.useEmergencyPass(); },
+                  &Expectation::pass, {.isOneWrite = true}};
+  if (kind == 2 && expected_.session.isGateUp)
+    return Action{"choose a focus",
+                  [](App& app) {
+                    app.screens.confirmFocusSelection(app.presets.presets.get().front(), "");
+                  },
+                  [](Expectation& e, Date at) { e.session.confirm(at.secondsSinceUnixEpoch()); }};
+  if (kind == 2 || expected_.running) return {};
+  switch (kind) {
     case 3:
-      if (!expected_.session.isGateUp) return {};
-      return Action{
-          "choose a focus",
-          [this] { app().screens.confirmFocusSelection(app().presets.presets.get().front(), ""); },
-          [at](Expectation& e) { e.session.confirm(at()); }};
+      return control("pause", &TimerService::pause, &Session::pause);
     case 4:
-      if (isMission) return {};
-      return Action{"pause", [&timer] { timer.pause(); },
-                    [at](Expectation& e) { e.session.pause(at()); }};
+      return control("reset", &TimerService::reset, &Session::reset, true);
     case 5:
-      if (isMission) return {};
-      return Action{"reset",
-                    [&timer] { timer.reset(); },
-                    [at](Expectation& e) { e.session.reset(at()); },
-                    false,
-                    false,
-                    true};
-    case 6:
-      if (isMission) return {};
-      return Action{"skip", [&timer] { timer.skipSession(); },
-                    [at](Expectation& e) { e.session.skip(at()); }};
-    case 7: {
-      if (isMission) return {};
+      return control("skip", &TimerService::skipSession, &Session::skip);
+    case 6: {
       if (expected_.session.now.countdownRuns)
-        return Action{"countdown paused", [&timer] { timer.pauseCountdown(); },
-                      [at](Expectation& e) { e.session.pauseCountdown(at()); }};
+        return control("countdown paused", &TimerService::pauseCountdown,
+                       &Session::pauseCountdown);
       const int64_t seconds = 1 + pick(300);
-      return Action{"countdown",
-                    [&timer, seconds] {
-                      timer.setCountdownDuration(seconds);
-                      timer.startCountdown();
-                    },
-                    [at, seconds](Expectation& e) {
-                      e.session.setCountdown(seconds, at());
-                      e.session.startCountdown(at());
-                    },
-                    false,
-                    false,
-                    true};
+      const auto program = [seconds](TimerService& timer) {
+        timer.setCountdownDuration(seconds);
+        timer.startCountdown();
+      };
+      const auto rule = [seconds](Session& session, double at) {
+        session.setCountdown(seconds, at);
+        session.startCountdown(at);
+      };
+      return control("countdown", program, rule, true);
     }
     default:
-      return Action{"emergency pass", [&timer] { timer.useEmergencyPass(); },
-                    [this](Expectation& e) { e.pass(now()); }, false, true};
+      return control("start", [](TimerService& timer) { timer.start(false); },
+                     [](Session& session, double at) { session.start(false, at); });
   }
 }
 
-// Nothing: a fault, or an edit by the windows' road.
 std::optional<Life::Action> Life::randomAction() {
-  enum { edits, takesBack, missions, user, faults, kinds };
-  std::array<double, kinds> weight{weights_[0] * 2, weights_[1] / 2, weights_[2] * 2,
-                                   weights_[3] * 2, weights_[4]};
-  double sum = 1e-9;
-  for (const double w : weight) sum += w;
-  double at = static_cast<double>(random_() >> 11) * 0x1p-53 * sum;
-  int kind = 0;
-  while (kind < faults && at >= weight[static_cast<size_t>(kind)])
-    at -= weight[static_cast<size_t>(kind++)];
+  std::discrete_distribution<int> kinds{weights_[0] * 2, weights_[1] / 2, weights_[2] * 2,
+                                        weights_[3] * 2, weights_[4]};
+  const int kind = kinds(random_);
+  if (kind == 4) return {};
   for (int tries = 0; tries < 20; ++tries) {
-    std::optional<Action> action;
-    if (kind == edits) action = editOfMissions();
-    if (kind == takesBack) action = takeBack(chance(0.4));
-    if (kind == missions) action = ofTheMission();
-    if (kind == user) action = ofTheUser();
-    if (kind == faults) return {};
+    const auto action = kind == 0   ? editOfMissions()
+                        : kind == 1 ? takeBack(chance(0.4))
+                        : kind == 2 ? ofTheMission()
+                                    : ofTheUser();
     if (action) return action;
   }
   return editOfMissions();
@@ -285,13 +261,10 @@ std::optional<Life::Action> Life::randomAction() {
 
 void Life::fault() {
   const auto span = [this] {
-    const auto scale = pick(4);
-    return static_cast<double>(1 + pick(scale == 0   ? 60
-                                        : scale == 1 ? 3600
-                                        : scale == 2 ? 86400
-                                                     : 4 * 86400));
+    const int64_t most = oneOf(std::vector<int64_t>{60, 3600, 86400, 4 * 86400});
+    return static_cast<double>(1 + pick(most));
   };
-  switch (pick(5)) {
+  switch (pick(4)) {
     case 0: {
       const bool isKilled = chance(0.7);
       note(isKilled ? "killed" : "quit");
@@ -302,6 +275,7 @@ void Life::fault() {
       expected_.relaunch(now() - Seconds(0.3));
       note("back");
       check();
+      if (const auto wrong = storedDiffers(expected_)) fail(*wrong);
       break;
     }
     case 1: {
@@ -316,11 +290,8 @@ void Life::fault() {
       device_.clock.skew += Seconds(seconds);
       break;
     }
-    case 3: {
-      static constexpr std::array kPlaces{"Europe/Berlin", "America/New_York",    "Asia/Tokyo",
-                                          "Pacific/Apia",  "Australia/Lord_Howe", "Asia/Beirut",
-                                          "Africa/Cairo",  "America/Santiago",    "UTC"};
-      const auto* place = kPlaces[static_cast<size_t>(pick(kPlaces.size()))];
+    default: {
+      const char* place = kZones[static_cast<size_t>(pick(kZones.size()))];
       const double hours = chance(0.5) ? static_cast<double>(pick(12)) : 0;
       note(std::string("travels to ") + place);
       if (device_.clock.localZone.name() == place) break;
@@ -329,11 +300,7 @@ void Life::fault() {
       expected_.travel(device_.clock.localZone);
       // Without a mission nobody looks where the user is, until a command about missions comes.
       if (std::ranges::all_of(expected_.lists, &Missions::empty)) app().schedule.tick();
-      break;
     }
-    default:
-      checkReload();
-      break;
   }
   second();
 }
