@@ -33,6 +33,18 @@ TEST_F(Restore, ARunningPhaseGoesOnThreeTenthsAfterTheStart) {
   EXPECT_EQ(chrono(), "110+ 3600");
 }
 
+TEST_F(Restore, AllComesBackThoughThePhaseRanOutAndTheBlockStillEndsAfterItsBreak) {
+  soften();
+  change([](auto& s) { s.focusSessionLimit = s.sessionsBeforeLongBreak = 2; });
+  play("skip skip skip start");
+  relaunch(900);
+  play("1");
+  EXPECT_EQ(state(), "longBreak 900");  // full and uncounted
+  EXPECT_EQ(timer().completedSessions.get(), 2);
+  play("skip");
+  EXPECT_EQ(notifications.posted.back().title, "Pomodoro block complete");
+}
+
 TEST_F(Restore, ALostContextBringsUpTheGate) {
   play("begin");
   recorder.hasContext = false;

@@ -58,6 +58,17 @@ TEST_F(Schedule, AMissionStoppedByHandStaysSoForThatOccurrenceOnly) {
   EXPECT_EQ(done(), 3);  // A and B, each replaced, and A again, switched off
 }
 
+TEST_F(Schedule, AMissionPutInFrontOfAStoppedOneEndsWithItsOwnEnd) {
+  plan({mission("A", 540, 660)});
+  go(550);
+  timer().pause();
+  edit([&](auto& list) { list.push_back(mission("B", 530, 600)); });
+  EXPECT_EQ(state(), "B");
+  go(600);
+  EXPECT_EQ(state(), "(stopped)");
+  EXPECT_EQ(done(), 1);
+}
+
 TEST_F(Schedule, APassEndsTheMissionUncountedAndHoldsToItsEndOverARelaunch) {
   plan({mission("A", 540, 600), mission("B", 600, 660)});
   schedule().setHardRoutineEnabled(true);
