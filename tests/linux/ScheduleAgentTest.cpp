@@ -47,7 +47,7 @@ TEST(ScheduleRules, AMissionCoversThisMomentWhateverStandsBesideIt) {
 
 TEST(ScheduleRules, AMissionInWhichTheProgramWasQuitCountsForAGuardOnly) {
   const auto calendar = in("Europe/Berlin");
-  const auto at = [&](int minute) { return calendar.instant(monday, minute); };
+  const auto at = [&](int minute) { return calendar.instant(kMonday, minute); };
   WatchTable table{.entries = {daily(540, 600), daily(570, 660)}, .isGuard = false};
   const auto covers = [&](int now, int quitAt) {
     const PreferenceValue stored(static_cast<int64_t>(at(quitAt).secondsSinceUnixEpoch()));
