@@ -3,6 +3,7 @@
 import json
 import os
 import sys
+import time
 import unittest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -171,6 +172,43 @@ class Schedule(unittest.TestCase):
         window.press("ctrl+a", "A", "r", "t", "Return")
         self.assert_asked(window, "missions", "edit", "mission-study", "--planner", "simple", "--json",
                           '{"label":"Art"}', "--action", "Edit")
+
+    def test_the_editor_loses_nothing_that_was_typed_and_adds_nothing_twice(self):
+        window = self.window(planned([mission("Study", 19, 21)], "simple"))
+        window.point(*FIRST_ROW, click=True)
+        self.assertTrue(window.shows("Rhythm"))
+        window.press(*["Tab"] * 10, "ctrl+a", "9", "Up")  # the step is from what was typed
+        window.press(*["Tab"] * 7, "Return")
+        self.assertTrue(window.shows("Block apps in this mission", "Steam"))
+        window.press("s", "t", "e", "a", "Return", "Return", "Escape")
+        self.assert_closes(window, "Block apps in this mission")
+        window.press(*["shift+Tab"] * 17, "Return")
+        self.assert_asked(window, "missions", "edit", "mission-study", "--planner", "simple", "--json",
+                          '{"startMinutes":555,"softBlockedApps":[{"bundleID":"steam","name":"Steam"}]}', "--action", "Edit")
+
+    def test_a_mission_that_ends_before_it_begins_is_not_saved(self):
+        window = self.window(planned([mission("Study", 19, 21)], "simple"))
+        window.point(*FIRST_ROW, click=True)
+        self.assertTrue(window.shows("Rhythm"))
+        window.press(*["Tab"] * 11, "ctrl+a", "8", "Tab")
+        self.assertTrue(window.shows("It ends before it begins."))
+        window.press(*["shift+Tab"] * 12, "Return")
+        self.assertEqual(window.commands("missions edit"), [])
+
+    def test_cancel_takes_back_a_mission_that_was_just_drawn(self):
+        state = planned([once("Essay", 0, 19, 21)], undo="Create Mission")
+        state["answers"]["missions create"] = json.dumps({"id": "mission-essay", "day": "2026-11-23"})
+        window = self.window(state)
+        window.asked("missions week")
+        window.point(*place(6, 22))
+        window.wheel(40)
+        for key, undone in (("Return", 0), ("Escape", 1)):
+            window.drag(place(2, 20), place(2, 21))
+            self.assertTrue(window.shows("Rhythm"))
+            window.press(key)
+            self.assert_closes(window, "Rhythm")
+            time.sleep(0.2)
+            self.assertEqual(len(window.commands("missions undo")), undone)
 
     def test_a_midnight_that_is_passed_by_stays_the_end_of_the_day(self):
         window = self.window(planned([mission("Night", 22, 24)], "simple", uses24Hour=False))

@@ -31,7 +31,7 @@ FocusScope {
     function ask(command: string, words: var, done: var) {
         Velmora.run(command, words ?? [], result => {
             if (result.status !== 0 && result.error) say(result.error.trim(), true)
-            else if (toast.wrong) toast.hide()  // put right meanwhile
+            else toast.hide()  // it was about something before
             if (done) done(result)
         })
     }

@@ -10,6 +10,7 @@ Rectangle {
     property var mission: ({})
     property var occurrence: null
     property bool uses24Hour: true
+    property bool isRunning: true
     readonly property bool locked: mission.isActive ?? false
 
     function words(o: var): string {
@@ -65,7 +66,9 @@ Rectangle {
                 NeonText {
                     Layout.fillWidth: true
                     level: "small"
-                    text: bar.locked ? "Running. It can be changed once it is over."
+                    text: bar.locked
+                        ? bar.isRunning ? "Running. It can be changed once it is over."
+                                        : "Stopped. It can be changed once its time is over."
                         : "This mission overlaps another one. Move it so each mission can chain "
                         + "cleanly."
                 }

@@ -15,14 +15,14 @@ T.Control {
     // Lifted by a drag: its likeness is elsewhere.
     property bool lifted: false
     readonly property bool soft: mission.protectionMode !== "brak"
-    property bool today: false
-    readonly property bool running: today && (mission.isActive ?? false)
+    property bool running: false
     readonly property var preset: {
         const presets = Velmora.state.presets ?? []
         return presets.find(p => p.id === mission.presetID) ?? presets[0]
     }
     readonly property color tint: soft ? NeonTheme.quiet
         : Qt.lighter(NeonTheme.fromHex(preset?.colorHex ?? 0x8c5cff), 1.2)
+    readonly property string begins: Week.clock(occurrence.startMinutes ?? 0, uses24Hour)
     readonly property string times: Week.range(occurrence.startMinutes ?? 0,
                                                occurrence.endMinutes ?? 0, uses24Hour)
 
@@ -82,7 +82,8 @@ T.Control {
             font.pixelSize: 11
             elide: Text.ElideRight
             wrapMode: Text.NoWrap
-            text: block.width < 94 ? block.times.split(" – ")[0] : block.times
+            text: block.width < 60 ? block.begins.split(" ")[0]
+                : block.width < (block.uses24Hour ? 94 : 128) ? block.begins : block.times
             Accessible.ignored: true
         }
         NeonIcon {
@@ -90,9 +91,9 @@ T.Control {
             // Below the words where there is no room beside them.
             readonly property bool below: block.width <= 60
             x: below ? 10 : parent.width - width - 5
-            y: below ? label.y + label.height + 20
+            y: below ? label.y + label.height + 17
              : block.height < 26 ? (block.height - height) / 2 : 5
-            visible: (block.mission.overlaps ?? false) && block.height > (below ? 54 : 14)
+            visible: (block.mission.overlaps ?? false) && block.height > (below ? 49 : 14)
             name: "warning"
             size: 12
             stroke: 1.5

@@ -135,7 +135,10 @@ NeonDialog {
         NeonText {
             Layout.fillWidth: true
             level: "small"
-            text: editor.locked ? "This mission is running. It can be changed once it is over."
+            text: editor.locked
+                ? Velmora.state.scheduled?.active
+                    ? "This mission is running. It can be changed once it is over."
+                    : "This mission was stopped. It can be changed once its time is over."
                 : "This mission overlaps another one. Move it so each mission can chain cleanly."
         }
     }
@@ -144,42 +147,54 @@ NeonDialog {
         spacing: 28
         enabled: !editor.locked
 
-        ColumnLayout {
-            Layout.preferredWidth: 316
-            Layout.maximumWidth: 316
-            Layout.alignment: Qt.AlignTop
-            spacing: 10
+        // Wider than its column by the ring that shows where the keyboard is, and by the bar.
+        NeonScroll {
+            Layout.margins: -4
+            Layout.rightMargin: -16
+            Layout.preferredWidth: 336
+            Layout.maximumWidth: 336
+            Layout.fillHeight: true
+            Layout.preferredHeight: left.implicitHeight + 8
+            contentHeight: left.implicitHeight + 8
 
-            NeonText { level: "caps"; text: "When" }
-            MissionTimes {
-                Layout.fillWidth: true
-                draft: editor.draft
-                today: editor.schedule.today ?? ""
-                uses24Hour: editor.schedule.uses24Hour ?? true
-                onPicked: fields => editor.put(fields)
-            }
-            NeonText {
-                Layout.fillWidth: true
-                visible: editor.day !== "" && editor.mission?.recurrence !== "once"
-                level: "small"
-                color: NeonTheme.quiet
-                text: "Saving changes the whole series. To change one day, move it in the week."
-            }
-            NeonText { Layout.topMargin: 6; level: "caps"; text: "Rhythm" }
-            NeonSegmented {
-                Layout.fillWidth: true
-                compact: true
-                text: "Rhythm"
-                value: editor.draft.rhythm
-                options: [{ value: "continuous", text: "Nonstop" },
-                          { value: "pomodoro", text: "Pomodoro" }]
-                onChosen: value => editor.put({ rhythm: value })
-            }
-            MissionRhythm {
-                Layout.fillWidth: true
-                pomodoro: editor.draft.rhythm === "pomodoro"
-                start: editor.draft.startMinutes ?? 0
-                end: editor.draft.endMinutes ?? 0
+            ColumnLayout {
+                id: left
+                x: 4
+                y: 4
+                width: 316
+                spacing: 10
+
+                NeonText { level: "caps"; text: "When" }
+                MissionTimes {
+                    Layout.fillWidth: true
+                    draft: editor.draft
+                    today: editor.schedule.today ?? ""
+                    uses24Hour: editor.schedule.uses24Hour ?? true
+                    onPicked: fields => editor.put(fields)
+                }
+                NeonText {
+                    Layout.fillWidth: true
+                    visible: editor.day !== "" && editor.mission?.recurrence !== "once"
+                    level: "small"
+                    color: NeonTheme.quiet
+                    text: "Saving changes the whole series. To change one day, move it in the week."
+                }
+                NeonText { Layout.topMargin: 6; level: "caps"; text: "Rhythm" }
+                NeonSegmented {
+                    Layout.fillWidth: true
+                    compact: true
+                    text: "Rhythm"
+                    value: editor.draft.rhythm
+                    options: [{ value: "continuous", text: "Nonstop" },
+                              { value: "pomodoro", text: "Pomodoro" }]
+                    onChosen: value => editor.put({ rhythm: value })
+                }
+                MissionRhythm {
+                    Layout.fillWidth: true
+                    pomodoro: editor.draft.rhythm === "pomodoro"
+                    start: editor.draft.startMinutes ?? 0
+                    end: editor.draft.endMinutes ?? 0
+                }
             }
         }
         ColumnLayout {

@@ -42,6 +42,7 @@ ColumnLayout {
         id: bar
         Layout.fillWidth: true
         implicitHeight: 14
+        clip: true  // the phases are of other times for a moment
         Accessible.role: Accessible.Graphic
         Accessible.name: sum.text
 

@@ -10,7 +10,8 @@ NeonListRow {
     required property var shell
     property string planner: ""
     property var mission: ({})
-    readonly property bool running: mission.isActive ?? false
+    readonly property bool held: mission.isActive ?? false  // its time is now
+    readonly property bool running: held && (Velmora.state.scheduled?.active ?? false)
     readonly property bool soft: mission.protectionMode !== "brak"
     readonly property var preset: {
         const presets = Velmora.state.presets ?? []
@@ -36,6 +37,7 @@ NeonListRow {
 
     NeonIcon {
         visible: row.mission.overlaps ?? false
+        Layout.rightMargin: 4
         name: "warning"
         size: 16
         color: NeonTheme.warn
@@ -82,7 +84,7 @@ NeonListRow {
     }
     NeonSwitch {
         text: "Enable " + row.title
-        enabled: !row.running
+        enabled: !row.held
         on: row.mission.isEnabled ?? false
         onAsked: on => row.shell.ask("missions", [on ? "enable" : "disable", row.mission.id,
                                                   "--planner", row.planner])

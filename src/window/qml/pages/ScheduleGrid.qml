@@ -13,6 +13,8 @@ FocusScope {
     property string today: ""
     property int nowMinutes: 0
     property bool uses24Hour: true
+    // Whether a mission runs whose time is now; it may have been stopped.
+    property bool isRunning: false
     // [{id, entryID, day, startMinutes, endMinutes}] in the order of days and starts.
     property var occurrences: []
     // The missions by their ids.
@@ -23,6 +25,8 @@ FocusScope {
     // {day, start, end}.
     property var drag: null
     property bool settling: false
+    // The day to which the pointer has gone since something was chosen.
+    property string pointed: ""
     // What is covered at its foot while something is chosen.
     property real foot: 0
     readonly property var placed: Week.abreast(occurrences)
@@ -127,6 +131,7 @@ FocusScope {
 
     // A selection that is no more takes its focus with it.
     onPlacedChanged: Qt.callLater(() => { if (grid.activeFocus) grid.take() })
+    onChosenChanged: pointed = ""
     onSelectedChanged: if (!selected && drag?.byKeys && !settling) drag = null
     Keys.onPressed: event => {
         const step = event.modifiers & Qt.AltModifier ? 5 : 15
@@ -286,7 +291,7 @@ FocusScope {
                 visible: at >= 0 && at < 7
                 x: grid.gutter + at * grid.column
                 y: Math.round(grid.nowMinutes / 60 * grid.hour)
-                width: grid.column
+                width: grid.column - 3  // no end of it looks out from behind a mission
                 height: 2
                 color: NeonTheme.violet
                 Rectangle {
@@ -326,6 +331,7 @@ FocusScope {
                 }
                 function look(x: real, y: real) {
                     const block = hit(x, y)
+                    grid.pointed = x < grid.gutter ? "" : grid.dayAt(x)
                     cursorShape = !block ? Qt.ArrowCursor
                         : gripOf(block, y) === "move" ? Qt.ArrowCursor : Qt.SizeVerCursor
                 }
@@ -385,6 +391,7 @@ FocusScope {
                         grid.drop()
                     }
                 }
+                onExited: grid.pointed = ""
                 onCanceled: if (pressedHere && !grid.settling) grid.drag = null
                 onDoubleClicked: event => {
                     const block = hit(event.x, event.y)
@@ -430,11 +437,13 @@ FocusScope {
                     occurrence: slots.byKey[key] ?? ({})
                     mission: grid.mission(occurrence)
                     uses24Hour: grid.uses24Hour
-                    today: occurrence.day === grid.today
+                    running: grid.isRunning && occurrence.day === grid.today
+                             && (mission.isActive ?? false)
                     selected: grid.chosen !== "" && grid.chosen === occurrence.id
                     lifted: grid.lifted !== "" && grid.lifted === occurrence.id
                     x: grid.edgeOf(occurrence.day ?? grid.monday) + (occurrence.lane ?? 0) * lane
                     y: (occurrence.startMinutes ?? 0) / 60 * grid.hour + 1
+                    z: selected ? 1 : 0  // its ring lies over its neighbours
                     width: lane - 1
                     height: Math.max(11, minutes / 60 * grid.hour - 1)
                     onActiveFocusChanged: {
@@ -449,6 +458,7 @@ FocusScope {
             }
             Rectangle {
                 visible: now.visible
+                z: 1
                 x: now.x - 4
                 y: now.y - 3
                 width: 8
@@ -460,7 +470,11 @@ FocusScope {
             Rectangle {
                 id: ghost
                 readonly property var span: grid.drag?.span ?? null
+                // Its words stay in sight.
+                readonly property real pin:
+                    Math.max(0, Math.min(height - 40, scroll.contentY - y))
                 visible: span !== null
+                z: 2
                 x: grid.edgeOf(span?.day ?? grid.monday)
                 y: (span?.start ?? 0) / 60 * grid.hour + 1
                 width: grid.column - 6
@@ -474,7 +488,7 @@ FocusScope {
 
                 NeonText {
                     x: 10
-                    y: parent.height < 26 ? (parent.height - height) / 2 : 4
+                    y: parent.height < 26 ? (parent.height - height) / 2 : 4 + ghost.pin
                     width: parent.width - 13
                     visible: parent.height >= 20
                     level: "small"
@@ -489,7 +503,7 @@ FocusScope {
                 NeonText {
                     id: times
                     x: 10
-                    y: 19
+                    y: 19 + ghost.pin
                     width: parent.width - 12
                     visible: parent.height >= 37
                     level: "small"
@@ -503,6 +517,7 @@ FocusScope {
             // The times beside a likeness that is too small to hold them.
             Rectangle {
                 visible: ghost.visible && ghost.height < 37
+                z: 2
                 x: Math.min(board.width - width - 12, ghost.x)
                 y: ghost.y + ghost.height + 4
                 width: tip.width + 16

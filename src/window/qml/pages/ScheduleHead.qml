@@ -10,6 +10,7 @@ Column {
     required property var shell
     readonly property var schedule: Velmora.state.schedule ?? ({})
     readonly property var running: Velmora.state.scheduled ?? ({})
+    readonly property bool isRunning: running.active ?? false
     readonly property bool on: schedule.isEnabled ?? false
     readonly property bool hard: schedule.isHardRoutineActive ?? false
     readonly property bool plannerLocked: (schedule.isCurrentlyInBlock ?? false)
@@ -32,7 +33,9 @@ Column {
         if (mode === schedule.operatingMode) return
         if (!schedule.isCurrentlyInBlock) return command(["mode", mode])
         confirm.ask("Change the planner now?",
-                    "The mission that is running ends, and the other planner's missions take over."
+                    (isRunning
+                     ? "The mission that is running ends, and the other planner's missions take over."
+                     : "The other planner's missions take over at once.")
                     + (schedule.hasPass ? " " + loss : ""),
                     "Change planner", ["mode", mode, "--interrupt"]
                     .concat(schedule.hasPass ? "--yes" : []))
@@ -61,7 +64,7 @@ Column {
             RowLayout {
                 spacing: 8
                 Rectangle {
-                    visible: head.running.active ?? false
+                    visible: head.isRunning
                     width: 7
                     height: 7
                     radius: 3.5
@@ -69,10 +72,10 @@ Column {
                 }
                 NeonText {
                     Layout.fillWidth: true
-                    color: head.running.active ? NeonTheme.soft : NeonTheme.quiet
+                    color: head.isRunning ? NeonTheme.soft : NeonTheme.quiet
                     elide: Text.ElideMiddle  // the time is at its end
                     wrapMode: Text.NoWrap
-                    text: head.running.active ? `${head.running.mission}${head.until}`
+                    text: head.isRunning ? `${head.running.mission}${head.until}`
                         : !head.on ? "Off. No mission starts by itself."
                         : head.schedule.hasPass ? "Emergency pass in force until the mission ends"
                         : head.schedule.isCurrentlyInBlock

@@ -40,8 +40,15 @@ FocusScope {
         const start = Math.min(now.nextHour, 1380)
         add({ days: Week.keys.slice(0, 5), startMinutes: start, endMinutes: start + 60 }, true)
     }
+    // Who gets the keyboard from one that goes: its place in the list, -1 for none.
+    property int heir: -1
+    property int heirReason: Qt.OtherFocusReason
     function remove(mission: var) {
+        if (mission.isActive) return shell.say(Week.held(mission.label, head.isRunning), true)
+        heir = missions.findIndex(m => m.id === mission.id)
+        heirReason = list.itemAtIndex(heir)?.visualFocus ? Qt.TabFocusReason : Qt.OtherFocusReason
         shell.ask("missions", ["remove", mission.id, "--planner", "simple"], result => {
+            if (result.status !== 0) heir = -1
             if (result.status !== 0) return
             shell.say(`“${mission.label}” is deleted. Ctrl+Z brings it back.`, false)
         })
@@ -63,6 +70,7 @@ FocusScope {
         Item { Layout.fillWidth: true }
         ScheduleUndo { shell: page.shell }
         NeonButton {
+            id: newMission
             implicitHeight: 32
             text: "New mission"
             symbol: "plus"
@@ -142,6 +150,12 @@ FocusScope {
             model: KeyedModel { id: records; records: page.missions }
             T.ScrollBar.vertical: NeonScrollBar {}
 
+            onCountChanged: if (page.heir >= 0) Qt.callLater(inherit)
+            function inherit() {
+                (list.itemAtIndex(Math.min(page.heir, count - 1)) ?? newMission)
+                    .forceActiveFocus(page.heirReason)
+                page.heir = -1
+            }
             function reveal(item: Item) {
                 const top = item.y
                 if (top < contentY) contentY = top
@@ -152,6 +166,7 @@ FocusScope {
             delegate: MissionRow {
                 id: row
                 required property string key
+                required property int index
                 width: ListView.view.width - 6
                 shell: page.shell
                 planner: "simple"
@@ -159,8 +174,8 @@ FocusScope {
                 onClicked: editor.show(key, "")
                 onActiveFocusChanged: if (activeFocus) list.reveal(row)
                 Keys.onDeletePressed: page.remove(mission)
-                Keys.onUpPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.TabFocusReason)
-                Keys.onDownPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+                Keys.onUpPressed: list.itemAtIndex(index - 1)?.forceActiveFocus(Qt.TabFocusReason)
+                Keys.onDownPressed: list.itemAtIndex(index + 1)?.forceActiveFocus(Qt.TabFocusReason)
             }
         }
     }

@@ -108,7 +108,7 @@ FocusScope {
                    scope => change([verb, mission.id, "--scope", scope, "--day", day]))
     }
     function refuse(mission: var) {
-        shell.say(`“${mission.label}” is running. It can be changed once it is over.`, true)
+        shell.say(Week.held(mission.label, head.isRunning), true)
     }
 
     Component.onCompleted: {
@@ -126,7 +126,7 @@ FocusScope {
         else if (ctrl && event.key === Qt.Key_C && mission) copy(mission)
         else if (ctrl && event.key === Qt.Key_X && mission)
             withdraw("cut", mission, grid.selected.day)
-        else if (ctrl && event.key === Qt.Key_V) change(["paste", chosenDay()])
+        else if (ctrl && event.key === Qt.Key_V) change(["paste", grid.pointed || chosenDay()])
         else if (ctrl && event.key === Qt.Key_D && mission) duplicate(mission)
         else if (ctrl && event.key === Qt.Key_Left) go(Week.plus(monday, -7))
         else if (ctrl && event.key === Qt.Key_Right) go(Week.plus(monday, 7))
@@ -170,6 +170,7 @@ FocusScope {
             elide: Text.ElideRight
             wrapMode: Text.NoWrap
             text: page.monday ? Week.title(page.monday, page.width < 780) : ""
+            Accessible.name: page.monday ? Week.title(page.monday, false) : ""
         }
         NeonChip {
             visible: page.aside.length > 0
@@ -201,6 +202,7 @@ FocusScope {
             today: page.today
             nowMinutes: now.minutes
             uses24Hour: page.schedule.uses24Hour ?? true
+            isRunning: head.isRunning
             missions: page.missions
             occurrences: page.occurrences
             foot: bar.height + 24
@@ -233,6 +235,7 @@ FocusScope {
             visible: !!grid.selected && !grid.dragging
             mission: page.missions[grid.selected?.entryID] ?? ({})
             occurrence: grid.selected ?? null
+            isRunning: head.isRunning
             uses24Hour: grid.uses24Hour
             onEdit: page.edit(mission.id, occurrence.day)
             onCopy: page.copy(mission)

@@ -32,10 +32,11 @@ function short(day) {
     return `${days[weekday(day)].slice(0, 3)} ${date} ${month.slice(0, 3)} ${year}`
 }
 function brief(day) { return short(day).slice(0, -5) }
-// The month or months of the week that begins there; `brief` where there is little room.
-function title(monday, brief) {
+// The month or months of the week that begins there; `isBrief` where there is little room.
+function title(monday, isBrief) {
     const a = parts(monday), b = parts(plus(monday, 6))
-    if (a.month === b.month) return `${brief ? a.month.slice(0, 3) : a.month} ${a.year}`
+    if (isBrief && a.month !== b.month) return `${a.month.slice(0, 3)} – ${b.month.slice(0, 3)}`
+    if (a.month === b.month) return `${isBrief ? a.month.slice(0, 3) : a.month} ${a.year}`
     const end = `${b.month.slice(0, 3)} ${b.year}`
     return a.year === b.year ? `${a.month.slice(0, 3)} – ${end}`
                              : `${a.month.slice(0, 3)} ${a.year} – ${end}`
@@ -78,6 +79,12 @@ function when(mission) {
     const date = day => short(day).slice(4)
     return named + (mission.recurrenceStartDate ? " from " + date(mission.recurrenceStartDate) : "")
                  + (mission.recurrenceEndDate ? " until " + date(mission.recurrenceEndDate) : "")
+}
+
+// Why the mission whose time is now can't be changed; it may have been stopped.
+function held(label, runs) {
+    return runs ? `“${label}” is running. It can be changed once it is over.`
+                : `“${label}” was stopped. It can be changed once its time is over.`
 }
 
 // Overlapping occurrences of one day lie side by side: gives each `lane` and, for all that touch
