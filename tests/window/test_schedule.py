@@ -71,6 +71,16 @@ class Schedule(unittest.TestCase):
         window.release()
         self.assertEqual(len(window.commands("missions create")), asked)
 
+    def test_a_wheel_within_a_drag_takes_the_pointer_along(self):
+        window = self.evening()
+        window.drag(place(1, 18), place(1, 19), place(1, 20.5), drop=False)
+        window.wheel(-1)
+        time.sleep(0.3)
+        window.release()
+        start, end = map(int, window.asked("missions create").split()[-2:])
+        self.assertEqual(start, 1080)
+        self.assertTrue(1080 < end < 1230, end)
+
     def test_dragging_moves_and_resizes(self):
         # day and time of what is held, where it is dropped, and what that asks for
         for held, to, kind, fields, day in (

@@ -310,6 +310,8 @@ FocusScope {
 
                 property point from
                 property point last
+                property real seen: 0  // how far the week was scrolled at that
+                property int modifiers: 0
                 property var under: null
                 property string grip: ""
                 property bool pressedHere: false
@@ -335,7 +337,12 @@ FocusScope {
                     cursorShape = !block ? Qt.ArrowCursor
                         : gripOf(block, y) === "move" ? Qt.ArrowCursor : Qt.SizeVerCursor
                 }
-                function follow(modifiers: int) {
+                function reach(event: var) {
+                    last = Qt.point(event.x, event.y)
+                    seen = scroll.contentY
+                    modifiers = event.modifiers
+                }
+                function follow() {
                     const step = modifiers & Qt.AltModifier ? 5 : 15
                     const minute = grid.minuteAt(last.y), origin = grid.drag.origin
                     const kind = grid.drag.kind
@@ -355,7 +362,8 @@ FocusScope {
                     letsGo = !!grid.selected
                     grid.drag = null
                     pressedHere = true
-                    from = last = Qt.point(event.x, event.y)
+                    reach(event)
+                    from = last
                     const block = hit(event.x, event.y)
                     under = block?.occurrence ?? null
                     grip = block ? gripOf(block, event.y) : "draw"
@@ -366,7 +374,7 @@ FocusScope {
                 onPositionChanged: event => {
                     if (!pressed) return look(event.x, event.y)
                     if (!pressedHere) return
-                    last = Qt.point(event.x, event.y)
+                    reach(event)
                     if (!grid.drag) {
                         const far = Math.max(Math.abs(last.x - from.x), Math.abs(last.y - from.y))
                         if (far < 4) return
@@ -379,7 +387,7 @@ FocusScope {
                             return
                         }
                     }
-                    follow(event.modifiers)
+                    follow()
                 }
                 onReleased: event => {
                     if (!pressedHere) return
@@ -414,11 +422,18 @@ FocusScope {
                     repeat: true
                     onTriggered: {
                         const by = above > 0 ? -Math.min(12, above / 3) : Math.min(12, below / 3)
-                        const to = Week.within(0, scroll.contentY + by,
-                                               scroll.contentHeight - scroll.height)
-                        mouse.last = Qt.point(mouse.last.x, mouse.last.y + to - scroll.contentY)
-                        scroll.contentY = to
-                        mouse.follow(0)
+                        scroll.contentY = Week.within(0, scroll.contentY + by,
+                                                      scroll.contentHeight - scroll.height)
+                    }
+                }
+                // The pointer stays where it is on the screen when the week is scrolled, by a wheel say.
+                Connections {
+                    target: scroll
+                    enabled: mouse.pressedHere
+                    function onContentYChanged() {
+                        mouse.last.y += scroll.contentY - mouse.seen
+                        mouse.seen = scroll.contentY
+                        if (grid.dragging) mouse.follow()
                     }
                 }
             }
