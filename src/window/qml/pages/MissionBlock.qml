@@ -15,6 +15,8 @@ T.Control {
     // Lifted by a drag: its likeness is elsewhere.
     property bool lifted: false
     readonly property bool soft: mission.protectionMode !== "brak"
+    // Its time is now: it can't be changed, whether it runs or was stopped.
+    property bool held: false
     property bool running: false
     readonly property var preset: {
         const presets = Velmora.state.presets ?? []
@@ -62,7 +64,7 @@ T.Control {
             readonly property int lines: Math.max(1, Math.floor((block.height - 22) / 15))
             x: 10
             y: block.height < 26 ? (block.height - height) / 2 : 4
-            width: parent.width - 13 - (warning.visible && !warning.below ? 14 : 0)
+            width: parent.width - 13 - (sign.visible && !sign.below ? 14 : 0)
             level: "small"
             font.pixelSize: block.height < 16 ? 10 : 12
             font.weight: Font.DemiBold
@@ -76,7 +78,7 @@ T.Control {
         NeonText {
             x: 10
             y: label.y + label.height
-            width: parent.width - 12
+            width: parent.width - 10
             visible: block.height >= 37
             level: "small"
             font.pixelSize: 11
@@ -87,17 +89,18 @@ T.Control {
             Accessible.ignored: true
         }
         NeonIcon {
-            id: warning
+            id: sign
             // Below the words where there is no room beside them.
             readonly property bool below: block.width <= 60
             x: below ? 10 : parent.width - width - 5
             y: below ? label.y + label.height + 17
              : block.height < 26 ? (block.height - height) / 2 : 5
-            visible: (block.mission.overlaps ?? false) && block.height > (below ? 49 : 14)
-            name: "warning"
+            visible: (block.held || (block.mission.overlaps ?? false))
+                     && block.height > (below ? 49 : 14)
+            name: block.held ? "lock" : "warning"
             size: 12
             stroke: 1.5
-            color: NeonTheme.warn
+            color: block.held ? NeonTheme.violet : NeonTheme.warn
         }
     }
 }

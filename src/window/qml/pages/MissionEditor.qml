@@ -177,7 +177,7 @@ NeonDialog {
                     visible: editor.day !== "" && editor.mission?.recurrence !== "once"
                     level: "small"
                     color: NeonTheme.quiet
-                    text: "Saving changes the whole series. To change one day, move it in the week."
+                    text: "For the whole series. Move it to change one day."
                 }
                 NeonText { Layout.topMargin: 6; level: "caps"; text: "Rhythm" }
                 NeonSegmented {

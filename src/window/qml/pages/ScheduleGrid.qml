@@ -452,8 +452,8 @@ FocusScope {
                     occurrence: slots.byKey[key] ?? ({})
                     mission: grid.mission(occurrence)
                     uses24Hour: grid.uses24Hour
-                    running: grid.isRunning && occurrence.day === grid.today
-                             && (mission.isActive ?? false)
+                    held: occurrence.day === grid.today && (mission.isActive ?? false)
+                    running: held && grid.isRunning
                     selected: grid.chosen !== "" && grid.chosen === occurrence.id
                     lifted: grid.lifted !== "" && grid.lifted === occurrence.id
                     x: grid.edgeOf(occurrence.day ?? grid.monday) + (occurrence.lane ?? 0) * lane
