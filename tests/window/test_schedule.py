@@ -130,6 +130,19 @@ class Schedule(unittest.TestCase):
         window.press("Tab", "Tab", "Return")
         self.assert_asked(window, "missions", "remove", "mission-study", "--scope", "one", "--day", "2026-11-24")
 
+    def test_what_would_begin_under_hard_routine_is_asked_first(self):
+        window = self.window(planned([once("Essay", 1, 10, 11)], hardRoutineEnabled=True))
+        window.asked("missions week")
+        window.press("Tab", "Right", "Return")
+        self.assertTrue(window.shows("Begin this mission now?"))
+        window.press("Return")  # the safe answer has the focus
+        self.assert_closes(window, "Begin this mission now?")
+        self.assertEqual(window.commands("missions edit"), [])
+        window.press("Right", "Return")
+        self.assertTrue(window.shows("Begin this mission now?"))
+        window.press("Tab", "Return")
+        self.assertIn("--day 2026-11-24 --to 2026-11-25", window.asked("missions edit"))
+
     def test_keys_of_the_clipboard_and_of_undo(self):
         window = self.evening(once("Essay", 0, 19, 21))
         window.point(*place(0, 20), click=True)

@@ -10,6 +10,7 @@ NeonDialog {
     id: editor
 
     required property var shell
+    required property MissionStart starting
     property string planner: "calendar"
     property string key: ""
     // The day from which it was opened, "" from none.
@@ -91,11 +92,16 @@ NeonDialog {
         const changes = {}
         changed().forEach(f => changes[f] = draft[f] ?? null)
         if (Object.keys(changes).length === 0) return keep()
-        shell.ask("missions", ["edit", key, "--planner", planner, "--json", JSON.stringify(changes),
-                               "--action", "Edit"], result => {
-            if (result.status !== 0) return
-            keep()
-            if (result.output) saved(JSON.parse(result.output))
+        const words = ["edit", key, "--planner", planner, "--json", JSON.stringify(changes),
+                       "--action", "Edit"]
+        starting.ask(draft.isEnabled && Week.takesPlace(draft, schedule.today),
+                     draft.startMinutes, draft.endMinutes, begins => {
+            shell.ask("missions", words, result => {
+                if (result.status !== 0) return
+                keep()
+                if (result.output) saved(JSON.parse(result.output))
+                if (begins) starting.tell()
+            })
         })
     }
 

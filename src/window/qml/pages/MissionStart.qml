@@ -3,8 +3,8 @@ import QtQuick.Layouts
 import Velmora
 import "Week.js" as Week
 
-// A new mission whose time has come begins as soon as it is there. Says so, and asks first where
-// hard routine would hold it. `dismissed` when it is not to be.
+// A mission whose time has come begins as soon as it is made or put there. Says so, and asks first
+// where hard routine would hold it. `dismissed` when it is not to be.
 NeonDialog {
     id: starting
 

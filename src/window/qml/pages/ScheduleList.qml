@@ -184,6 +184,7 @@ FocusScope {
     MissionEditor {
         id: editor
         shell: page.shell
+        starting: starting
         planner: "simple"
         onRemoving: mission => page.remove(mission)
     }

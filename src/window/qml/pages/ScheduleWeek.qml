@@ -91,11 +91,13 @@ FocusScope {
         const action = kind === "move" ? "Move" : "Resize"
         const words = ["edit", mission.id, "--json", fields, "--action", action,
                        "--day", occurrence.day, "--to", span.day]
-        if (isOnce(mission)) return change(words)
+        const go = words => starting.ask(span.day === today, span.start, span.end, begins =>
+            change(words, begins ? starting.tell : null))
+        if (isOnce(mission)) return go(words)
         const to = Week.range(span.start, span.end, grid.uses24Hour)
         series.ask(mission.label, false, spoken(occurrence) + " → "
                    + (span.day === occurrence.day ? to : Week.brief(span.day) + ", " + to),
-                   scope => change(words.concat("--scope", scope)))
+                   scope => go(words.concat("--scope", scope)))
     }
     // "Mon 23 Nov, 09:00 – 12:00"
     function spoken(o: var): string {
@@ -249,7 +251,7 @@ FocusScope {
         clock: now
         onDismissed: {
             grid.settle()
-            grid.take()
+            if (!editor.opened) grid.take()
         }
     }
     MissionSeries {
@@ -262,6 +264,7 @@ FocusScope {
     MissionEditor {
         id: editor
         shell: page.shell
+        starting: starting
         planner: "calendar"
         onClosed: grid.take()
         onSaved: selection => page.choose(selection)

@@ -81,6 +81,13 @@ function when(mission) {
                  + (mission.recurrenceEndDate ? " until " + date(mission.recurrenceEndDate) : "")
 }
 
+// Whether one that is on takes place on that day.
+function takesPlace(mission, day) {
+    if (mission.recurrence === "once") return mission.scheduledDate === day
+    return (mission.recurrence === "daily" || (mission.days || []).includes(keys[weekday(day)]))
+        && day >= (mission.recurrenceStartDate || "") && !(mission.recurrenceEndDate < day)
+        && !(mission.excludedDates || []).includes(day)
+}
 // Why the mission whose time is now can't be changed; it may have been stopped.
 function held(label, runs) {
     return runs ? `“${label}” is running. It can be changed once it is over.`
