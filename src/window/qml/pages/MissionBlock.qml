@@ -24,6 +24,8 @@ T.Control {
     }
     readonly property color tint: soft ? NeonTheme.quiet
         : Qt.lighter(NeonTheme.fromHex(preset?.colorHex ?? 0x8c5cff), 1.2)
+    // Too narrow for a word.
+    readonly property bool sliver: width < 34
     readonly property string begins: Week.clock(occurrence.startMinutes ?? 0, uses24Hour)
     readonly property string times: Week.range(occurrence.startMinutes ?? 0,
                                                occurrence.endMinutes ?? 0, uses24Hour)
@@ -65,6 +67,7 @@ T.Control {
             x: 10
             y: block.height < 26 ? (block.height - height) / 2 : 4
             width: parent.width - 13 - (sign.visible && !sign.below ? 14 : 0)
+            visible: !block.sliver
             level: "small"
             font.pixelSize: block.height < 16 ? 10 : 12
             font.weight: Font.DemiBold
@@ -79,7 +82,7 @@ T.Control {
             x: 10
             y: label.y + label.height
             width: parent.width - 10
-            visible: block.height >= 37
+            visible: block.height >= 37 && !block.sliver
             level: "small"
             font.pixelSize: 11
             elide: Text.ElideRight
@@ -92,11 +95,12 @@ T.Control {
             id: sign
             // Below the words where there is no room beside them.
             readonly property bool below: block.width <= 60
-            x: below ? 10 : parent.width - width - 5
-            y: below ? label.y + label.height + 17
+            x: block.sliver ? 7 : below ? 10 : parent.width - width - 5
+            y: below && !block.sliver ? label.y + label.height + 17
              : block.height < 26 ? (block.height - height) / 2 : 5
             visible: (block.held || (block.mission.overlaps ?? false))
-                     && block.height > (below ? 49 : 14)
+                     && block.width >= 20
+                     && block.height > (below && !block.sliver ? 49 : 14)
             name: block.held ? "lock" : "warning"
             size: 12
             stroke: 1.5

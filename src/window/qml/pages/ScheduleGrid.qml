@@ -150,7 +150,9 @@ FocusScope {
         else if ([Qt.Key_Return, Qt.Key_Enter, Qt.Key_Space].includes(event.key) && selected) {
             if (drag && !settling) drop()
             else if (!drag) opened(selected)
-        } else if (event.key === Qt.Key_PageUp) scroll.leaf(-1)
+        } else if (event.key === Qt.Key_Up) scroll.leaf(-0.1)
+        else if (event.key === Qt.Key_Down) scroll.leaf(0.1)
+        else if (event.key === Qt.Key_PageUp) scroll.leaf(-1)
         else if (event.key === Qt.Key_PageDown) scroll.leaf(1)
         else event.accepted = false
     }
@@ -223,15 +225,15 @@ FocusScope {
         flickDeceleration: 6000
         T.ScrollBar.vertical: NeonScrollBar {}
 
-        function leaf(by: int) {
+        function leaf(by: real) {
             contentY = Week.within(0, contentY + by * height * 0.85, contentHeight - height)
         }
 
-        Item {
+        T.Control {
             id: board
             width: parent.width
             height: scroll.contentHeight
-            activeFocusOnTab: true
+            focusPolicy: Qt.TabFocus
             Accessible.role: Accessible.Table
             Accessible.name: grid.monday ? "Week of " + Week.full(grid.monday) : ""
 
@@ -291,7 +293,7 @@ FocusScope {
                 visible: at >= 0 && at < 7
                 x: grid.gutter + at * grid.column
                 y: Math.round(grid.nowMinutes / 60 * grid.hour)
-                width: grid.column - 3  // no end of it looks out from behind a mission
+                width: grid.column - 4  // no end of it looks out from behind a mission
                 height: 2
                 color: NeonTheme.violet
                 Rectangle {
@@ -552,5 +554,10 @@ FocusScope {
                 }
             }
         }
+    }
+    NeonFocusRing {
+        visible: board.visualFocus
+        anchors { fill: scroll; margins: 2 }
+        around: 4
     }
 }

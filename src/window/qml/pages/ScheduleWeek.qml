@@ -274,7 +274,7 @@ FocusScope {
         id: shelf
         title: "Missions in no week"
         text: "Switched off, or without a day to take place on."
-        implicitWidth: 520
+        implicitWidth: 600
         onOpened: if (page.aside.length === 0) close()
 
         ListView {
