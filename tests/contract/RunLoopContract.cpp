@@ -80,15 +80,5 @@ TYPED_TEST(RunLoopContract, RepeatsStayOnTheirGridAndCollapseWhatTheyMissed) {
   EXPECT_LE(fired[1], step * 3.5 + this->kSlack + Seconds(1e-9));
 }
 
-TEST(RunLoopTokens, OutliveTheirLoop) {
-  auto loop = std::make_unique<EventLoop>();
-  const auto held = std::make_shared<int>(0);
-  Subscription timer = loop->after(kLong, [held] {});
-  Subscription repeat = loop->every(kLong, kNow, [held] {});
-  loop->post([held] {});
-  loop.reset();
-  EXPECT_EQ(held.use_count(), 1);
-}
-
 }  // namespace
 }  // namespace velmora

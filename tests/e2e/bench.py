@@ -1,5 +1,6 @@
 """The vocabulary of the end-to-end tests: a Velmora, a display and a browser of their own."""
 
+import json
 import os
 import shutil
 import time
@@ -7,6 +8,7 @@ import unittest
 
 from browsers import REPOSITORY, Web, eventually
 from stage import Screen, Velmora, wall_reason
+from window import Window
 
 HOLD = 1.9  # seconds for which what stays is watched: longer than from one look to the next
 MOMENT = 0.4  # seconds until browsers surely know what is in sight
@@ -41,6 +43,29 @@ class WithScreen(unittest.TestCase):
         self.velmora = Velmora(self.screen.display)
         self.addCleanup(self.velmora.close)
         self.velmora.start()
+
+    def tell(self, *lines):
+        for line in lines:
+            self.velmora.tell(*line.split())
+
+    def state(self, member):
+        return json.loads(self.velmora.tell("state"))[member]
+
+
+class WithWindow(WithScreen):
+    """With a window that prints its texts, in place of the program's own."""
+
+    def setUp(self):
+        super().setUp()
+        self.tell("welcome done", "window show")
+        self.screen.minimise(self.screen.window("Velmora"))
+        self.window = Window(self.screen, arguments=("--socket", self.velmora.control_path))
+        self.addCleanup(self.window.close)
+        self.addCleanup(lambda: self.assertEqual(self.window.complaints(), []))
+
+    def assertShows(self, *texts):
+        visible = self.window.visible
+        self.assertTrue(self.window.shows(*texts), (set(texts) - set(visible()), visible()))
 
 
 class WithBrowser:

@@ -12,8 +12,7 @@ CADENCE = 16  # seconds: the guardian's, and the start of the program
 class Guardian(WithScreen):
     def setUp(self):
         super().setUp()
-        for words in (["mode", "soft"], ["sites", "add", "forum.test"], ["settings", "set", "isHardcore", "true"], ["start"]):
-            self.velmora.tell(*words)
+        self.tell("mode soft", "sites add forum.test", "settings set isHardcore true", "start")
         self.assertTrue(eventually(self.is_guarded))
 
     def is_guarded(self):

@@ -1,45 +1,28 @@
 """The Schedule page of the real program, with a real pointer: from a drawn mission to its end."""
 
-import json
 import signal
 import subprocess
 import time
 import unittest
 
-from bench import HOLD, eventually
-from stage import Screen, Velmora, leave_zone
-from window import Window
+from bench import HOLD, WithWindow, eventually
+from stage import leave_zone
 
 SWITCH = (384, 48)  # in a window of 1000 x 720
 LEFT, COLUMN, HOUR, END = 274, 101.7, 52, 720 - 8 - 77  # of a week that has been scrolled to its end
 NOTICE = "1280x900"
 
 
-class Schedule(unittest.TestCase):
+class Schedule(WithWindow):
     def setUp(self):
-        self.screen = Screen()
-        self.addCleanup(self.screen.close)
         leave_zone(18)  # in the part of a day that is in sight at the end of the week
-        self.velmora = Velmora(self.screen.display).start()
-        self.addCleanup(self.velmora.close)
-        for words in ("welcome done", "modules on schedule", "mode soft", "apps add xterm", "sites add listed.test",
-                      "schedule on", "window show"):
-            self.velmora.tell(*words.split())
-        self.screen.minimise(self.screen.window("Velmora"))  # the program's own; ours prints its texts
-        self.window = Window(self.screen, arguments=("--socket", self.velmora.control_path))
-        self.addCleanup(self.window.close)
-        self.addCleanup(lambda: self.assertEqual(self.window.complaints(), []))
+        super().setUp()
+        self.tell("modules on schedule", "mode soft", "apps add xterm", "sites add listed.test", "schedule on")
         self.window.resize(1000, 720)
         self.window.press("ctrl+2")
         self.assertShows("Schedule", "No mission ahead")
         self.window.point(700, 400)
         self.window.wheel(40)
-
-    def state(self, member):
-        return json.loads(self.velmora.tell("state"))[member]
-
-    def assertShows(self, *texts):
-        self.assertTrue(self.window.shows(*texts), (set(texts) - set(self.window.visible()), self.window.visible()))
 
     def place(self, day, hour):
         return round(LEFT + (day + 0.5) * COLUMN), round(END - (24 - hour) * HOUR)

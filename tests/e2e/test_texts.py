@@ -1,11 +1,9 @@
 """The words of the real program, read from its running windows. They are written out here once more:
 what a person reads is settled, and no table of the program or of the stage may change it unseen."""
 
-import json
 import unittest
 
-from bench import WithScreen, eventually
-from window import Window
+from bench import WithWindow, eventually
 
 MODULES = {
     "Core": {"Schedule": "Automatically start focus windows."},
@@ -27,41 +25,25 @@ ALL_DAYS = "mon,tue,wed,thu,fri,sat,sun"
 FIRST_MISSION = (500, 234)  # of the list, in a window of 1000 x 720
 
 
-class Words(WithScreen):
-    def setUp(self):
-        super().setUp()
-        self.tell("welcome done", "window show")
-        self.screen.minimise(self.screen.window("Velmora"))  # the program's own; ours prints its texts
-        self.view = Window(self.screen, arguments=("--socket", self.velmora.control_path))
-        self.addCleanup(self.view.close)
-        self.addCleanup(lambda: self.assertEqual(self.view.complaints(), []))
-
-    def tell(self, *lines):
-        for line in lines:
-            self.velmora.tell(*line.split())
-
-    def assertShows(self, *texts):
-        self.assertTrue(self.view.shows(*texts), (set(texts) - set(self.view.visible()), self.view.visible()))
-
+class Words(WithWindow):
     def assertHasPart(self, part):
-        self.assertTrue(eventually(lambda: any(part in text for text in self.view.visible()), 10, 0.05), self.view.visible())
+        self.assertTrue(eventually(lambda: any(part in text for text in self.window.visible()), 10, 0.05), self.window.visible())
 
     def test_modules_and_their_pages(self):
-        state = json.loads(self.velmora.tell("state"))
-        self.assertEqual([tab["title"] for tab in state["tabs"]], TABS)
-        names = [module["name"] for module in state["modules"]]
+        self.assertEqual([tab["title"] for tab in self.state("tabs")], TABS)
+        names = [module["name"] for module in self.state("modules")]
         self.tell(*("modules on " + name for name in names))
         self.assertShows("Focus", "Schedule", "Rules", "Progress", "Extensions", "Settings")
-        self.view.press("ctrl+5")
+        self.window.press("ctrl+5")
         self.assertShows("Keep the app minimal, or build your own focus machine", *MODULES)
         for rows in MODULES.values():
             self.assertShows(*rows, *rows.values())
-        self.view.press("ctrl+3")
+        self.window.press("ctrl+3")
         self.tell(*("modules off " + name for name in names))
         self.assertShows("No rule extensions enabled",
                          "Turn on Budget Mode, Scroll Guard, Creator Gate, or Brak Porn in Extensions.")
         self.tell("modules on habit")
-        self.view.press("ctrl+3")
+        self.window.press("ctrl+3")
         self.tell("modules off habit")
         self.assertShows("No progress modules enabled", "Turn on Daily Tasks, Habit, or Deadline in Extensions.")
 
@@ -82,23 +64,23 @@ class Words(WithScreen):
     def test_missions(self):
         self.tell("modules on schedule", "settings set uses24HourTime true", "schedule mode simple",
                   "missions add --label Study --days mon,wed --from 9:30 --until 24:00 --rhythm pomodoro")
-        self.view.resize(1000, 720)
-        self.view.press("ctrl+2")
+        self.window.resize(1000, 720)
+        self.window.press("ctrl+2")
         self.assertShows("Simple", "Calendar", "New mission", "Study", "09:30 – 24:00 · 14h30 · Deep Work · Pomodoro",
                          "Undo Create Mission", *"MTWFS")
         self.tell("missions edit Study --from 10:00 --until 10:45 --action Move")
         self.assertShows("Undo Move Mission", "10:00 – 10:45 · 45min · Deep Work · Pomodoro")
         self.tell("settings set uses24HourTime false", "missions edit Study --until 24:00")
         self.assertShows("10:00 AM – 12:00 AM · 14h · Deep Work · Pomodoro")
-        self.view.point(*FIRST_MISSION, click=True)
+        self.window.point(*FIRST_MISSION, click=True)
         self.assertShows("Once", "Daily", "Weekly", "Soft", "Brak", "Nonstop", "Pomodoro", *"MTWFS")
         self.assertHasPart("breaks. The calendar end time always wins; the final phase is shortened when needed.")
-        self.view.press("Escape")
+        self.window.press("Escape")
         self.tell("settings set uses24HourTime true", "missions disable Study", "schedule on",
                   "missions add --label Late --days %s --from 23:58 --until 24:00" % ALL_DAYS)
         self.assertHasPart("Late · Today 23:58 · ")
 
-        self.view.press("ctrl+1")
+        self.window.press("ctrl+1")
         self.tell("missions add --label Whole --days %s --from 0:00 --until 24:00 --mode soft" % ALL_DAYS)
         self.assertShows("Soft Block", "00:00 – 24:00 · Nonstop", "Soft protection")
         self.tell("schedule off", "missions edit Whole --mode brak --rhythm pomodoro")

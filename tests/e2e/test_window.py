@@ -150,7 +150,7 @@ class Gate(WithSurfaces):
 
 class Surfaces(WithSurfaces):
     def origin(self):
-        hud = json.loads(self.velmora.tell("state"))["surfaces"]["hud"]
+        hud = self.state("surfaces")["hud"]
         return [hud["x"], hud["y"]]
 
     def test_a_moved_hud_is_where_it_was_left(self):
@@ -179,8 +179,7 @@ class Surfaces(WithSurfaces):
         self.assertFalse(self.velmora.status()["session"]["active"])
 
     def test_the_quit_key_is_refused_in_a_hard_session(self):
-        for words in (["mode", "soft"], ["settings", "set", "isHardcore", "true"], ["start"], ["window", "show"]):
-            self.velmora.tell(*words)
+        self.tell("mode soft", "settings set isHardcore true", "start", "window show")
         self.screen.raise_(self.screen.window("Velmora"))
         self.keys("key", "ctrl+q")
         self.assertFalse(eventually(lambda: self.velmora.process.poll() is not None, 1.5))

@@ -60,6 +60,8 @@ TEST_F(LoopOfDescriptors, DropsWhatDidNotRunWithoutTrippingOverIt) {
   auto poster = std::make_shared<Poster>(*own);
   own->post([poster] {});
   const auto token = own->watch(ends[0], EPOLLIN, [poster](uint32_t) {});
+  const auto timer = own->after(Seconds(1), [poster] {});
+  const auto repeat = own->every(Seconds(1), Seconds(0), [poster] {});
   const std::weak_ptr<Poster> dropped = std::exchange(poster, nullptr);
   own.reset();
   EXPECT_TRUE(dropped.expired());

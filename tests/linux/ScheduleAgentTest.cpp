@@ -1,14 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "linux/PrivateXServer.h"
-#include "platform/linux/CommandProcesses.h"
-#include "platform/linux/LaunchAgentFiles.h"
-#include "platform/linux/LinuxScheduleAgent.h"
+#include <cmath>
+
 #include "platform/linux/ScheduleRules.h"
 #include "platform/linux/ScheduleTable.h"
-#include "platform/sim/Fakes.h"
-#include "support/NotedProcesses.h"
-#include "support/TempFolder.h"
 #include "support/WatchEntries.h"
 
 namespace velmora {
@@ -112,116 +107,6 @@ TEST(ScheduleTable, ComesBackAsItWasAndIsNeverGuessed) {
     EXPECT_FALSE(watch::tableFromText(bad)) << day;
   }
   EXPECT_FALSE(watch::tableFromText(text.substr(0, text.size() / 2)));
-}
-
-class ScheduleAgentTest : public testing::Test {
- protected:
-  AgentPlaces places() const {
-    return {folder / "config", folder / "manager", folder / "Velmora 100%/velmora",
-            {"XDG_DATA_HOME=" + (folder / "50% \"data\"")}};
-  }
-  bool exists(const std::string& path) const { return std::filesystem::exists(path); }
-  using Lines = std::vector<std::string>;
-
-  TempFolder folder;
-  sim::World world{1};
-  sim::FakeClock clock{world};
-  NotedProcesses processes;
-  LinuxScheduleAgent agent{places(), folder / "table.json", processes, clock};
-  const std::string timer = places().unit(agents::kScheduleTimer);
-  const std::string watcher = places().autostart(agents::kScheduleWatchEntry);
-  const std::string check = places().autostart(agents::kScheduleCheckEntry);
-  const std::string startWatcher = places().program + " --schedule-watch";
-  WatchTable table{.entries = {daily(540, 600)}, .isGuard = false};
-};
-
-TEST_F(ScheduleAgentTest, TheTimerRingsAtTheStartsOrAlways) {
-  table.entries = {weekly({2, 4}, 545, 600), daily(150, 240), once(kMonday, 1439, 1440),
-                   weekly({}, 1, 2), once({}, 1, 2)};
-  const auto berlin = in("Europe/Berlin");
-  const auto text = agents::scheduleTimer(table, berlin.instant(kMonday, 0), berlin);
-  EXPECT_NE(text.find("[Timer]\n"
-                      "OnCalendar=Mon,Wed *-*-* 09:05:00,30\n"
-                      "OnCalendar=*-*-* 02:30:00,30\n"
-                      "OnCalendar=2026-11-23 23:59:00,30\n"
-                      "OnCalendar=2027-03-28 03:00:00,30\n"
-                      "OnClockChange=true\nOnTimezoneChange=true\nAccuracySec=1s\n"),
-            std::string::npos)
-      << text;
-  table.isGuard = true;
-  EXPECT_NE(agents::scheduleTimer(table, {}, berlin)
-                .find("[Timer]\nOnActiveSec=0\nOnUnitActiveSec=15\nAccuracySec=1s\n"),
-            std::string::npos);
-}
-
-TEST_F(ScheduleAgentTest, ItsTextsAreAcceptedByThoseWhoReadThem) {
-  for (const char* judge : {"systemd-analyze", "desktop-file-validate"})
-    if (!test::hasProgram(judge)) GTEST_SKIP() << judge;
-  const auto p = places();
-  std::filesystem::create_directories(std::filesystem::path(p.program).parent_path());
-  std::filesystem::copy_file("/bin/true", p.program);
-  putContent(folder / "manager", "");
-  CommandProcesses real;
-  setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
-  table.entries = {weekly({1, 2, 3, 4, 5, 6, 7}, 545, 600), daily(150, 240), once(kMonday, 0, 1)};
-  clock.localZone = *Zone::named("America/St_Johns");
-  for (const bool isGuard : {false, true}) {
-    table.isGuard = isGuard;
-    agent.install(table);
-    const auto service = p.unit(agents::kScheduleService);
-    EXPECT_EQ(real.run({"systemd-analyze", "verify", "--user", timer, service})->status, 0);
-  }
-  for (const char* mode : {"--schedule-check", "--schedule-watch"}) {
-    putContent(folder / "entry.desktop", agents::scheduleEntry(p.program, mode));
-    EXPECT_EQ(real.run({"desktop-file-validate", folder / "entry.desktop"})->status, 0);
-  }
-}
-
-TEST_F(ScheduleAgentTest, WithAUserManagerOnlyWhatChangedIsWrittenAndRestarted) {
-  putContent(folder / "manager", "");
-  const Lines restart{"systemctl --user daemon-reload",
-                      std::string("systemctl --user enable ") + agents::kScheduleTimer,
-                      std::string("systemctl --user restart ") + agents::kScheduleTimer};
-  agent.install(table);
-  EXPECT_EQ(processes.take(), restart);
-  EXPECT_TRUE(exists(check) && !exists(watcher));
-  EXPECT_EQ(watch::tableFromText(contentOf(folder / "table.json")), table);
-  agent.install(table);
-  table.entries[0].excluded = {kMonday};
-  agent.install(table);
-  EXPECT_EQ(processes.take(), Lines{}) << "when it rings is the same";
-  EXPECT_EQ(watch::tableFromText(contentOf(folder / "table.json")), table);
-  table.isGuard = true;
-  agent.install(table);
-  EXPECT_EQ(processes.take(), restart);
-
-  LinuxScheduleAgent next(places(), folder / "table.json", processes, clock);
-  next.install(table);
-  EXPECT_EQ(processes.take().back(), std::string("systemctl --user start ") + agents::kScheduleTimer)
-      << "somebody may have stopped it meanwhile";
-  for (int i = 0; i < 2; ++i) next.remove();
-  EXPECT_EQ(processes.take(),
-            (Lines{std::string("systemctl --user disable --now ") + agents::kScheduleTimer,
-                   "systemctl --user daemon-reload"}));
-  EXPECT_FALSE(exists(timer) || exists(check) || exists(folder / "table.json"));
-}
-
-TEST_F(ScheduleAgentTest, AWatcherOfOurOwnWhereTheManagerIsMissingOrRefuses) {
-  for (const bool hasManager : {false, true}) {
-    if (hasManager) putContent(folder / "manager", "");
-    processes.obeys = !hasManager;
-    agent.install(table);
-    EXPECT_EQ(processes.take().back(), startWatcher);
-    EXPECT_TRUE(exists(watcher) && !exists(check) && !exists(timer));
-    if (hasManager) break;
-    agent.install({.entries = {daily(1, 2)}, .isGuard = true});
-    EXPECT_EQ(processes.take(), Lines{}) << "it reads the table by itself";
-    agent.remove();
-    EXPECT_FALSE(exists(watcher));
-  }
-  processes.obeys = true;
-  agent.install(table);
-  EXPECT_TRUE(exists(check) && !exists(watcher)) << "the manager came back";
 }
 
 }  // namespace

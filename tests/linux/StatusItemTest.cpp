@@ -87,8 +87,6 @@ TEST_F(StatusItemTest, StandsInATrayOfTheOlderKindWithAMenuOfItsOwn) {
     runFor(loop, Seconds(0.4));  // the tray has found its place
     const std::string mark = xdo({"search", "--onlyvisible", "--class", "^Velmora$"});
     const std::string id = mark.substr(0, mark.find('\n'));
-    if (const char* picture = std::getenv("VELMORA_PICTURES"))
-      CommandProcesses().run({"import", "-window", "root", std::string(picture) + "/tray.png"});
     xdo({"mousemove", "--window", id, "8", "8", "click", "1"});
     EXPECT_TRUE(runUntil(loop, [&] { return chosen == std::vector<std::string>{"show"}; }));
     chosen.clear();
@@ -97,8 +95,6 @@ TEST_F(StatusItemTest, StandsInATrayOfTheOlderKindWithAMenuOfItsOwn) {
     runFor(loop, Seconds(0.3));
     xdo({"key", "Up"});
     runFor(loop, Seconds(0.1));
-    if (const char* picture = std::getenv("VELMORA_PICTURES"))
-      CommandProcesses().run({"import", "-window", "root", std::string(picture) + "/menu.png"});
     xdo({"key", "Return"});
     EXPECT_TRUE(runUntil(loop, [&] { return chosen == std::vector<std::string>{"quit"}; }));
     chosen.clear();

@@ -1,14 +1,10 @@
 """What takes the whole screen, on states of our own making: when it leaves it."""
 
 import ctypes
-import os
-import sys
 import unittest
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, os.path.join(ROOT, "tools", "stage"))
-from browsers import Desktop, eventually
-from window import Window, idle, only
+from desk import WithDesktop, eventually
+from window import idle, only
 
 REASON = "Choose your next focus"
 
@@ -32,17 +28,12 @@ class Locker:
         return True
 
 
-class Gate(unittest.TestCase):
-    def setUp(self):
-        self.desktop = Desktop()
-        self.addCleanup(self.desktop.close)
-
+class Gate(WithDesktop):
     def gate(self, lock="none"):
         return only(idle(), gate={"showing": True, "reason": REASON, "lock": lock})
 
     def test_it_makes_room_for_a_locker_and_comes_back_when_that_is_done(self):
-        window = Window(self.desktop, self.gate())
-        self.addCleanup(window.close)
+        window = self.window(self.gate())
         locker = Locker(self.desktop.display)
         is_back = lambda: REASON in window.visible() and not (locker.grabs() and locker.ungrab())
         self.assertTrue(eventually(is_back))
@@ -56,13 +47,11 @@ class Gate(unittest.TestCase):
                 self.assertFalse(eventually(window.visible, 1), "it still locks, and has told nobody")
                 locker.ungrab()
             self.assertTrue(eventually(is_back), lock)
-        self.assertEqual(window.complaints(), [])
 
     def test_a_notice_goes_after_its_time_and_at_a_click_whatever_the_program_says(self):
         notice = lambda name, seconds: only(idle(), notice={"mission": name, "presetName": "Deep Work",
                                                             "timeRange": "09:00 - 10:00", "duration": seconds})
-        window = Window(self.desktop, notice("Reading", 1.5))
-        self.addCleanup(window.close)
+        window = self.window(notice("Reading", 1.5))
         self.assertTrue(window.shows("Reading"))
         self.assertTrue(eventually(lambda: not window.visible(), 3))
         window.show(notice("Sketching", 60))

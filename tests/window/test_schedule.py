@@ -1,16 +1,12 @@
 """The Schedule page: what it shows, and what the pointer and the keyboard ask the program for."""
 
 import json
-import os
-import sys
 import time
 import unittest
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, os.path.join(ROOT, "tools", "stage"))
-from browsers import Desktop, eventually
+from desk import WithDesktop, eventually
 from missions import CLOCK, FORTY, ONE, in_mission, mission, once, planned
-from window import Window, changed
+from window import changed
 
 OVERLAP = "This mission overlaps another one. Move it so each mission can chain cleanly."
 HISTORY = "Earlier occurrences stay in your calendar history."
@@ -24,24 +20,17 @@ def place(day, hour):
     return round(LEFT + (day + 0.5) * COLUMN), round(END - (24 - hour) * HOUR)
 
 
-class Schedule(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.desktop = Desktop()
-        cls.addClassCleanup(cls.desktop.close)
-
-    def window(self, state, *keys):
-        window = Window(self.desktop, state, clock=CLOCK)
-        self.addCleanup(window.close)
-        self.addCleanup(lambda: self.assertEqual(window.complaints(), []))
+class Schedule(WithDesktop):
+    def page(self, state):
+        window = self.window(state, clock=CLOCK)
         window.resize(1000, 720)
-        window.press("ctrl+2", *keys)
+        window.press("ctrl+2")
         self.assertTrue(window.shows("Schedule"))
         return window
 
     def evening(self, *missions):
         """The week with these, scrolled to its end."""
-        window = self.window(planned(list(missions)))
+        window = self.page(planned(list(missions)))
         self.assertTrue(window.asked("missions week 2026-11-23"))
         window.point(*place(6, 22))
         window.wheel(40)
@@ -131,7 +120,7 @@ class Schedule(unittest.TestCase):
         self.assert_asked(window, "missions", "remove", "mission-study", "--scope", "one", "--day", "2026-11-24")
 
     def test_what_would_begin_under_hard_routine_is_asked_first(self):
-        window = self.window(planned([once("Essay", 1, 10, 11)], hardRoutineEnabled=True))
+        window = self.page(planned([once("Essay", 1, 10, 11)], hardRoutineEnabled=True))
         window.asked("missions week")
         window.press("Tab", "Right", "Return")
         self.assertTrue(window.shows("Begin this mission now?"))
@@ -166,7 +155,7 @@ class Schedule(unittest.TestCase):
         self.assertEqual(window.commands("missions edit") + window.commands("missions remove"), [])
 
     def test_the_planner_is_changed_after_a_question(self):
-        window = self.window(in_mission(planned(ONE), "mission-deep-work"))
+        window = self.page(in_mission(planned(ONE), "mission-deep-work"))
         window.point(*SIMPLE, click=True)
         self.assertTrue(window.shows("Change the planner now?"))
         window.press("Tab", "Return")
@@ -175,7 +164,7 @@ class Schedule(unittest.TestCase):
         self.assertTrue(window.shows("Holds until the mission ends", "Emergency pass"))
 
     def test_a_pass_is_not_lost_unsaid(self):
-        window = self.window(changed(planned(ONE), schedule={"hasPass": True, "isCurrentlyInBlock": True}))
+        window = self.page(changed(planned(ONE), schedule={"hasPass": True, "isCurrentlyInBlock": True}))
         self.assertTrue(window.shows("Emergency pass in force until the mission ends"))
         window.point(*SWITCH, click=True)
         self.assertTrue(window.shows("The emergency pass that is in force would be lost."))
@@ -188,7 +177,7 @@ class Schedule(unittest.TestCase):
         self.assertEqual(len(window.commands("schedule off")), 1)
 
     def test_the_editor_saves_what_changed(self):
-        window = self.window(planned([mission("Study", 19, 21, overlaps=True)], "simple"))
+        window = self.page(planned([mission("Study", 19, 21, overlaps=True)], "simple"))
         self.assertTrue(window.shows("19:00 – 21:00 · 2h · Soft · Nonstop"))
         window.point(*FIRST_ROW, click=True)
         self.assertTrue(window.shows("Rhythm", "One focus of 2 h, without a break.", OVERLAP))
@@ -197,7 +186,7 @@ class Schedule(unittest.TestCase):
                           '{"label":"Art"}', "--action", "Edit")
 
     def test_the_editor_loses_nothing_that_was_typed_and_adds_nothing_twice(self):
-        window = self.window(planned([mission("Study", 19, 21)], "simple"))
+        window = self.page(planned([mission("Study", 19, 21)], "simple"))
         window.point(*FIRST_ROW, click=True)
         self.assertTrue(window.shows("Rhythm"))
         window.press(*["Tab"] * 10, "ctrl+a", "9", "Up")  # the step is from what was typed
@@ -210,7 +199,7 @@ class Schedule(unittest.TestCase):
                           '{"startMinutes":555,"softBlockedApps":[{"bundleID":"steam","name":"Steam"}]}', "--action", "Edit")
 
     def test_a_mission_that_ends_before_it_begins_is_not_saved(self):
-        window = self.window(planned([mission("Study", 19, 21)], "simple"))
+        window = self.page(planned([mission("Study", 19, 21)], "simple"))
         window.point(*FIRST_ROW, click=True)
         self.assertTrue(window.shows("Rhythm"))
         window.press(*["Tab"] * 11, "ctrl+a", "8", "Tab")
@@ -221,7 +210,7 @@ class Schedule(unittest.TestCase):
     def test_cancel_takes_back_a_mission_that_was_just_drawn(self):
         state = planned([once("Essay", 0, 19, 21)], undo="Create Mission")
         state["answers"]["missions create"] = json.dumps({"id": "mission-essay", "day": "2026-11-23"})
-        window = self.window(state)
+        window = self.page(state)
         window.asked("missions week")
         window.point(*place(6, 22))
         window.wheel(40)
@@ -234,7 +223,7 @@ class Schedule(unittest.TestCase):
             self.assertEqual(len(window.commands("missions undo")), undone)
 
     def test_a_midnight_that_is_passed_by_stays_the_end_of_the_day(self):
-        window = self.window(planned([mission("Night", 22, 24)], "simple", uses24Hour=False))
+        window = self.page(planned([mission("Night", 22, 24)], "simple", uses24Hour=False))
         window.point(*FIRST_ROW, click=True)
         self.assertTrue(window.shows("Rhythm", "12:00 AM"))
         window.press("ctrl+a", "A", *["Tab"] * 16, *["shift+Tab"] * 16, "Return")
@@ -250,7 +239,7 @@ class Schedule(unittest.TestCase):
         self.assertEqual(window.commands("missions edit"), [])
 
     def test_forty_missions(self):
-        window = self.window(planned(FORTY))
+        window = self.page(planned(FORTY))
         self.assertTrue(window.shows("November 2026", "Deep Work", "Evening study", "2 off"))
         window.press("ctrl+Right")
         self.assertTrue(window.shows("Nov – Dec 2026"))

@@ -1,14 +1,10 @@
 """The words of the main window, read from its running views, and the keyboard that reaches them."""
 
 import json
-import os
-import sys
 import unittest
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, os.path.join(ROOT, "tools", "stage"))
-from browsers import Desktop, eventually
-from window import MODULES, Window, changed, idle, running, tabs
+from desk import WithDesktop, eventually
+from window import MODULES, changed, idle, running, tabs
 
 PASS = (410, 674)  # where its button stands
 PHASE = (400, 536)  # where the picker does
@@ -25,18 +21,7 @@ def only(*names):
     return changed(idle(), tabs=tabs(*shown), modules=[{**m, "enabled": m["name"] in names} for m in idle()["modules"]])
 
 
-class MainWindow(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.desktop = Desktop()
-        cls.addClassCleanup(cls.desktop.close)
-
-    def window(self, state):
-        window = Window(self.desktop, state)
-        self.addCleanup(window.close)
-        self.addCleanup(lambda: self.assertEqual(window.complaints(), []))
-        return window
-
+class MainWindow(WithDesktop):
     def assert_shows(self, window, *texts):
         self.assertTrue(window.shows(*texts), (texts, window.visible()))
 

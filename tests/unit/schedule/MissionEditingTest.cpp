@@ -72,12 +72,14 @@ TEST_F(MissionEditingTest, OneOccurrenceBecomesAMissionOfItsOwnBehindItsSeries) 
 
 TEST_F(MissionEditingTest, FutureOccurrencesMoveToAnotherDay) {
   auto original = series();
-  original.excludedDates = {day(8)};
+  original.excludedDates = {day(8), day(14)};
   original.recurrenceEndDate = day(9);
   missions.updateMission(kCalendar, original, "Edit Mission");
   missions.applyEditToFutureOccurrences(edit(original, 9, 10));
   EXPECT_EQ(occurrences(0), (Days{0, 2, 7}));
   EXPECT_EQ(occurrences(1), Days{10}) << "beyond the old end";
+  EXPECT_EQ(all()[0].excludedDates, std::vector{day(8)});
+  EXPECT_EQ(all()[1].excludedDates, std::vector{day(14)});
   missions.takeBack();
   missions.applyEditToFutureOccurrences(edit(original, 9, 8));
   EXPECT_EQ(occurrences(0), (Days{0, 2, 7}));
