@@ -71,7 +71,8 @@ NeonDialog {
         isNew = false
     }
     onAboutToShow: {
-        name.focus = true
+        const first = locked ? leave : name
+        first.focus = true
         if (isNew) name.selectAll()
         else name.cursorPosition = name.length
     }
@@ -311,6 +312,7 @@ NeonDialog {
             text: editor.problem
         },
         NeonButton {
+            id: leave
             text: editor.locked ? "Close" : "Cancel"
             onClicked: editor.close()
         },
