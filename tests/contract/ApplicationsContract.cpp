@@ -82,16 +82,19 @@ TEST(ApplicationsContract, HoldsForTheSimulatedApplications) {
                  });
 }
 
-struct X11Bench {
-  X11Bench() {
-    signal(SIGPIPE, SIG_IGN);
-    server.startWindowManager();
-    EXPECT_TRUE(client.awaitWindowManager());
+class ApplicationsOnX11 : public test::XTest {
+ protected:
+  void SetUp() override {
+    XTest::SetUp();
+    if (IsSkipped()) return;
+    startWindowManager();
+    desktop.emplace(loop, catalog, clock, X11Desktop::Options{server->display(), {}});
+    applications.emplace(loop, *desktop);
   }
   // A program that shows these windows one after the other.
   void start(const std::vector<test::XLook>& looks) {
     children.emplace_back([&] {
-      test::XClient program(server.display());
+      test::XClient program(server->display());
       for (const auto& look : looks) {
         program.open(look);
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -100,51 +103,45 @@ struct X11Bench {
     });
   }
 
-  test::PrivateXServer server;
-  test::XClient client{server.display()};
   EventLoop loop;
   sim::World world;
   sim::FakeClock clock{world};
   LinuxAppCatalog catalog;
-  X11Desktop desktop{loop, catalog, clock, {server.display(), {}}};
-  X11Applications applications{loop, desktop};
+  std::optional<X11Desktop> desktop;
+  std::optional<X11Applications> applications;
   std::vector<test::Child> children;
 };
 
-TEST(ApplicationsContract, HoldsForX11) {
-  if (!test::canRunDesktop()) GTEST_SKIP() << "needs Xvfb and openbox";
-  X11Bench x;
+TEST_F(ApplicationsOnX11, HoldTheContract) {
   const auto launch = [&](const std::string& id) {
-    x.children.emplace_back(std::vector<std::string>{"xterm", "-class", id}, x.server.display());
+    children.emplace_back(std::vector<std::string>{"xterm", "-class", id}, server->display());
   };
   std::map<int32_t, xcb_window_t> windows;
   const auto show = [&](const RunningApplication& application, bool isShown) {
-    for (const auto& window : x.desktop.windows())
+    for (const auto& window : desktop->windows())
       if (window.pid == application.pid) windows[window.pid] = window.id;
     const xcb_window_t window = windows.at(application.pid);
-    if (isShown) return x.client.map(window);
-    x.client.done(xcb_unmap_window(x.client.raw(), window));
+    if (isShown) return client->map(window);
+    client->done(xcb_unmap_window(client->raw(), window));
   };
-  expectContract(x.applications, launch, show,
-                 [&](const auto& holds) { return runUntil(x.loop, holds); });
+  expectContract(*applications, launch, show,
+                 [&](const auto& holds) { return runUntil(loop, holds); });
 }
 
-TEST(ApplicationsOnX11, AreManagedNormalWindowsAndDialogsOfOthersToldOnceForEachIdentity) {
-  if (!test::canRunDesktop()) GTEST_SKIP() << "needs Xvfb and openbox";
-  X11Bench x;
+TEST_F(ApplicationsOnX11, AreManagedNormalWindowsAndDialogsOfOthersToldOnceForEachIdentity) {
   std::vector<std::string> told;
-  const auto token = x.applications.onLaunch([&](const auto& a) { told.push_back(a.bundleID); });
-  x.client.open();  // our own
-  x.start({{.types = {"DOCK"}}, {.types = {"UTILITY"}}, {.types = {"SPLASH", "NORMAL"}}});
-  x.start({{.isOverride = true}});
-  x.start({{.instance = "", .windowClass = ""}});
-  const auto windows = [&] { return x.desktop.snapshot({}), x.desktop.windows().size(); };
-  ASSERT_TRUE(runUntil(x.loop, [&] { return windows() == 6; }));
-  x.start({{.types = {"DIALOG"}, .windowClass = "asks"}});
-  EXPECT_TRUE(runUntil(x.loop, [&] { return told.size() == 1; }));
-  x.start({{.isOverride = true, .windowClass = "shy"},
+  const auto token = applications->onLaunch([&](const auto& a) { told.push_back(a.bundleID); });
+  client->open();  // our own
+  start({{.types = {"DOCK"}}, {.types = {"UTILITY"}}, {.types = {"SPLASH", "NORMAL"}}});
+  start({{.isOverride = true}});
+  start({{.instance = "", .windowClass = ""}});
+  const auto windows = [&] { return desktop->snapshot({}), desktop->windows().size(); };
+  ASSERT_TRUE(runUntil(loop, [&] { return windows() == 6; }));
+  start({{.types = {"DIALOG"}, .windowClass = "asks"}});
+  EXPECT_TRUE(runUntil(loop, [&] { return told.size() == 1; }));
+  start({{.isOverride = true, .windowClass = "shy"},
            {.windowClass = "shy"}, {.windowClass = "shy"}, {.windowClass = "Chromium"}});
-  EXPECT_TRUE(runUntil(x.loop, [&] { return told.size() == 3; }));
+  EXPECT_TRUE(runUntil(loop, [&] { return told.size() == 3; }));
   EXPECT_EQ(told, (std::vector<std::string>{"asks", "shy", "org.chromium.Chromium"}));
 }
 

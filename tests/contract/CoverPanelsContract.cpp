@@ -38,15 +38,14 @@ TEST(CoverPanelsContract, HoldsForTheSimulatedPanels) {
       [&](Seconds time) { world.advance(time); });
 }
 
-TEST(CoverPanelsContract, HoldsForX11) {
-  if (!test::canRunDesktop()) GTEST_SKIP() << "needs Xvfb";
-  test::PrivateXServer server;
-  test::XClient client(server.display());
+class CoverPanelsOnX11 : public test::XTest {};
+
+TEST_F(CoverPanelsOnX11, HoldTheContract) {
   EventLoop loop;
   const SystemClock clock;
-  X11CoverPanels panels{loop, clock, server.display()};
+  X11CoverPanels panels{loop, clock, server->display()};
   const auto shows = [&](size_t count) {
-    return test::eventually([&] { return client.viewable().size() == count; });
+    return test::eventually([&] { return client->viewable().size() == count; });
   };
   expectContract(panels, shows, [&](Seconds time) { runFor(loop, time); });
 }

@@ -59,26 +59,23 @@ TEST(DesktopContract, HoldsForTheSimulatedDesktop) {
        }});
 }
 
-TEST(DesktopContract, HoldsForX11) {
-  if (!test::canRunDesktop()) GTEST_SKIP() << "needs Xvfb and openbox";
-  signal(SIGPIPE, SIG_IGN);
-  test::PrivateXServer server;
-  test::XClient client(server.display());
-  server.startWindowManager();
-  ASSERT_TRUE(client.awaitWindowManager());
+class DesktopOnX11 : public test::XTest {};
+
+TEST_F(DesktopOnX11, HoldsTheContract) {
+  startWindowManager();
   EventLoop loop;
   sim::World world;
   const sim::FakeClock clock{world};
   const LinuxAppCatalog catalog;
-  X11Desktop desktop{loop, catalog, clock, {server.display(), {}}};
+  X11Desktop desktop{loop, catalog, clock, {server->display(), {}}};
   const auto open = [&](Rect frame) {
-    const auto window = client.open({.frame = frame, .instance = "box", .windowClass = "box"});
-    EXPECT_TRUE(test::eventually([&] { return client.frameOf(window) != window; }));
-    client.activate(window);
+    const auto window = client->open({.frame = frame, .instance = "box", .windowClass = "box"});
+    EXPECT_TRUE(test::eventually([&] { return client->frameOf(window) != window; }));
+    client->activate(window);
     return window;
   };
   expectContract(
-      {desktop, open, [&](uint32_t window) { client.minimise(window); }, [&] { server.kill(); }});
+      {desktop, open, [&](uint32_t window) { client->minimise(window); }, [&] { server->kill(); }});
 }
 
 }  // namespace
