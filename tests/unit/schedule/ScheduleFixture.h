@@ -44,6 +44,13 @@ class ScheduleFixture : public testing::Test, TimerService::Habits, ScheduleServ
     e.endMinutes = end;
     return e;
   }
+  // One that takes place once, so many days after that Monday.
+  ScheduleEntry once(const std::string& label, int start, int end, int day = 0) {
+    ScheduleEntry e = mission(label, start, end);
+    e.recurrence = ScheduleRecurrence::once;
+    e.scheduledDate = Calendar(clock.zone()).instant(kMonday + std::chrono::days(day), 0);
+    return e;
+  }
   void plan(std::vector<ScheduleEntry> entries) {
     schedule().replaceEntries(std::move(entries), nullptr, "");
     schedule().setEnabled(true);

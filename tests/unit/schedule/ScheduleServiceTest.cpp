@@ -291,13 +291,11 @@ TEST_F(Schedule, ComesBackAsItWasStoredAndTakesHardRoutineFromOlderSettings) {
 }
 
 TEST_F(Schedule, SaysWhichMissionComesNextAndWhen) {
-  auto once = mission("once", 540, 600), weekly = mission("weekly", 600, 660);
-  const Calendar utc(Zone::utc());
-  once.recurrence = ScheduleRecurrence::once;
-  once.scheduledDate = utc.instant(kMonday + std::chrono::days(20), 0);
+  const auto sunday = once("once", 540, 600, 20);
+  auto weekly = mission("weekly", 600, 660);
   weekly.recurrence = ScheduleRecurrence::weekly;
   weekly.days = {Weekday::mon};
-  plan({once});
+  plan({sunday});
   const struct {
     double minute;
     const char* text;
@@ -307,7 +305,7 @@ TEST_F(Schedule, SaysWhichMissionComesNextAndWhen) {
               {600, "weekly · Monday 10:00 · in 7 days"},
               {700, "weekly · Monday 10:00 · in 7 days"}};
   EXPECT_EQ(schedule().nextBlockDescription.get(), "once · Sunday 09:00 · in 20 days");
-  plan({once, weekly});
+  plan({sunday, weekly});
   for (const auto& row : rows) {
     go(row.minute);
     EXPECT_EQ(schedule().nextBlockDescription.get(), row.text) << row.minute;
@@ -321,13 +319,10 @@ TEST_F(Schedule, SaysWhichMissionComesNextAndWhen) {
 }
 
 TEST_F(Schedule, KeepsTheWatchdogInStepOnceForABurstOfEdits) {
-  auto once = mission("once", 540, 600), ended = mission("ended", 0, 60);
-  const Calendar utc(Zone::utc());
-  once.recurrence = ScheduleRecurrence::once;
-  once.scheduledDate = utc.instant(kMonday, 0);
-  ended.recurrenceEndDate = utc.instant(kMonday - std::chrono::days(1), 0);
+  auto ended = mission("ended", 0, 60);
+  ended.recurrenceEndDate = Calendar(Zone::utc()).instant(kMonday - std::chrono::days(1), 0);
   go(0);
-  plan({once, ended});
+  plan({once("once", 540, 600), ended});
   world.advance(Seconds(0.3));
   schedule().setHardRoutineEnabled(true);
   world.advance(Seconds(0.3));
@@ -346,9 +341,7 @@ TEST_F(Schedule, KeepsTheWatchdogInStepOnceForABurstOfEdits) {
 
 TEST_F(Schedule, EveryChangeOfAListCanBeTakenBackAlsoAfterAJourney) {
   UndoManager undo;
-  auto e = mission("A", 540, 600);
-  e.recurrence = ScheduleRecurrence::once;
-  e.scheduledDate = Calendar(clock.zone()).instant(kMonday, 0);
+  const auto e = once("A", 540, 600);
   schedule().replaceEntries({e}, &undo, "Paste Mission");
   schedule().replaceEntries({e}, &undo, "Nothing");
   schedule().replaceEntries({}, &undo, "Delete Mission");
