@@ -103,9 +103,10 @@ def planned(entries, planner="calendar", **schedule):
     """An idle program with these missions in that planner. `schedule` goes over its members."""
     state = idle()
     active = next((e["id"] for e in entries if e["isActive"]), None)
+    opened = next((e for e in entries if e["label"] == "Deep Work"), {"startMinutes": 540, "endMinutes": 720})
     lists = {"entries": entries if planner == "calendar" else [], "simpleEntries": entries if planner == "simple" else []}
     answers = {**state["answers"], "missions week": json.dumps(week(lists["entries"])),
-               "missions plan": json.dumps(plan(540, 720))}
+               "missions plan": json.dumps(plan(opened["startMinutes"], opened["endMinutes"]))}
     return changed(state, answers=answers, schedule={
         "isEnabled": True, "operatingMode": planner, "hardRoutineEnabled": False, "isHardRoutineActive": False,
         "isCurrentlyInBlock": active is not None, "activeEntryID": active, "hasPass": False, "uses24Hour": True,

@@ -23,8 +23,7 @@ FocusScope {
     property var occurrences: []
     readonly property real foot: bar.visible ? bar.height + 4 : 0
 
-    // Whatever the planner's missions are told by; `done` is called when the week is there.
-    property string told: ""
+    // Whatever the week is made of: when that changes it is asked for anew, and `done` is called then.
     readonly property string telling: JSON.stringify([monday, entries.map(m => Object.assign({}, m,
         { overlaps: 0, isActive: 0, startTime: 0, endTime: 0, label: 0 }))])
     onTellingChanged: look()
