@@ -302,8 +302,7 @@ class Demo:
         if left < AHEAD:
             time.sleep(left + 0.1)
         next_minute = (time.time() // 60 + 1) * 60
-        clock = subprocess.run(["date", "+%H %M"], env=self.velmora.environment(), capture_output=True, text=True).stdout
-        minute = int(clock[:2]) * 60 + int(clock[3:])
+        minute = time.localtime().tm_hour * 60 + time.localtime().tm_min
         for label, start, end, site in (("Read the paper", minute - 30, minute + 1, "reddit.com"),
                                         ("Write the report", minute + 1, minute + 61, "www.youtube.com")):
             self.velmora.tell("missions", "add", "--label", label, "--recurrence", "daily", "--mode", "soft",
@@ -311,8 +310,7 @@ class Demo:
         self.velmora.tell("schedule", "on")
         entry = self.velmora.home.path + "/.config/autostart/com.velmora.schedule-watch.desktop"
         eventually(lambda: os.path.exists(entry))
-        self.velmora.tell("quit")
-        self.velmora.process.wait()
+        self.velmora.end()  # as at a logout: in a mission that was quit nothing would start it
         for watcher in self.velmora.processes("--schedule-watch"):
             os.kill(watcher, signal.SIGKILL)
 
