@@ -15,7 +15,8 @@ NOTICE = "1280x900"
 
 class Schedule(WithWindow):
     def setUp(self):
-        leave_zone(18)  # in the part of a day that is in sight at the end of the week
+        if not leave_zone(18):  # in the part of a day that is in sight at the end of the week
+            self.skipTest("by the clock of this machine other hours are in sight")
         super().setUp()
         self.tell("modules on schedule", "mode soft", "apps add xterm", "sites add listed.test", "schedule on")
         self.window.resize(1000, 720)

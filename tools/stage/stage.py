@@ -47,17 +47,18 @@ def leave_network():
 
 def leave_zone(hour):
     """Moves this process, and what it starts, to a zone in which that hour is now. Programs read the zone from /etc,
-    so we get an /etc of our own. To be called after leave_network. Where the system does not let us, it says so and
-    we stay where we are.
+    so we get an /etc of our own. To be called after leave_network. Where the system does not let us, it says so, the
+    answer is false, and we stay where we are.
     """
     east = (hour - datetime.datetime.now(datetime.timezone.utc).hour + 12) % 24 - 12
     if not has_own_etc():
         print("(a zone of our own is not to be had: %s)" % os.strerror(ctypes.get_errno()))
-        return
+        return False
     os.unlink("/etc/localtime")
     os.symlink("/usr/share/zoneinfo/Etc/GMT" + ("%+d" % -east if east else ""), "/etc/localtime")
     os.environ.pop("TZ", None)
     time.tzset()
+    return True
 
 
 def has_own_etc():
